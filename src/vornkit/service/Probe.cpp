@@ -1,0 +1,102 @@
+#include "service/Probe.h"
+
+#include "support/Text.h"
+
+namespace vorn {
+
+namespace {
+
+constexpr size_t kLabelWidth = 13;
+constexpr size_t kRepoNameWidth = 14;
+
+}  // namespace
+
+std::string Probe::line(std::string_view label, std::string_view value) {
+    std::string text = Text::paddedRight(label, kLabelWidth);
+    text.append(value);
+    text.push_back('\n');
+    return text;
+}
+
+ProbeReport Probe::run() {
+    return run(VornPaths::currentProcess());
+}
+
+ProbeReport Probe::run(const VornPaths::DiscoverOptions& options) {
+    std::string report;
+    appendBuiltIn(report);
+
+    const auto installation = VornPaths::discover(options);
+    std::optional<VornConfig> config;
+    std::optional<std::string> configError;
+    if (!installation) {
+        configError = installation.error().description();
+    } else if (installation->configExists) {
+        auto loaded = VornConfig::load(installation->configFile, options.home);
+        if (loaded) {
+            config = std::move(*loaded);
+        } else {
+            configError = loaded.error().description();
+        }
+    }
+
+    if (installation) appendInstallation(report, *installation);
+    if (configError) {
+        report += line("ERROR", *configError);
+        return {1, ProbeReport::Destination::standardError, report};
+    }
+    // A machine that isn't set up yet is not a failure.
+    if (installation && !installation->configExists) {
+        return {0, ProbeReport::Destination::standardOutput, report};
+    }
+    if (!config) return {1, ProbeReport::Destination::nothing, {}};
+    appendConfiguration(report, *config);
+    return {0, ProbeReport::Destination::standardOutput, report};
+}
+
+void Probe::appendBuiltIn(std::string& report) {
+    // No scheduler ships with this build yet, and none has been unpacked.
+    report += line("built-in", "none in this build");
+    report += line("  installed", "not installed");
+    report += "  last install not recorded yet\n";
+}
+
+void Probe::appendInstallation(std::string& report, const VornInstallation& installation) {
+    const std::string configFile = installation.configFile.string();
+    report +=
+        line("config",
+             installation.configExists ? configFile : "not yet, will be written at " + configFile);
+    std::string executable =
+        installation.executable ? installation.executable->string() : std::string("NOT FOUND");
+    if (installation.executableSource) {
+        executable += " (" + std::string(rawValue(*installation.executableSource)) + ")";
+    }
+    report += line("executable", executable);
+    report += line("interpreter", installation.interpreter
+                                      ? installation.interpreter->string()
+                                      : std::string("(none \u2014 will use the shebang)"));
+    const auto plistText = [](const std::optional<LaunchAgentLocation>& agent) {
+        return agent ? agent->plist.string() : std::string("(no plist installed)");
+    };
+    report += "launchd run     " + plistText(installation.runLaunchAgent) + "\n";
+    report += "launchd release " + plistText(installation.releaseLaunchAgent) + "\n";
+}
+
+void Probe::appendConfiguration(std::string& report, const VornConfig& config) {
+    report += line("structure", "unknown");
+    report += line("ship", config.ship.name + " (" + config.ship.platform + ")");
+    report += line("state", config.ship.stateDir.string());
+    report += line("events", config.eventFile().string());
+    report += line("log", config.ship.logFile.string());
+    for (const VornRoute& route : config.routes) {
+        report +=
+            line("route", route.name + (route.enabled ? " \u2014 enabled" : " \u2014 DISABLED") +
+                              " workspace=" + route.workspace);
+        for (const VornRepo& repo : route.repos) {
+            report += "               repo " + Text::paddedRight(repo.name, kRepoNameWidth) + " " +
+                      repo.dir.string() + "\n";
+        }
+    }
+}
+
+}  // namespace vorn

@@ -1,0 +1,30 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include "model/VornConfig.h"
+#include "model/VornInstallation.h"
+#include "service/ProbeReport.h"
+#include "service/VornPaths.h"
+
+namespace vorn {
+
+// The headless report of the reading side: one look at configuration and
+// installation, as plain text, with no screen and no event loop.
+class Probe {
+  public:
+    // Reads this machine as the running process sees it.
+    static ProbeReport run();
+    static ProbeReport run(const VornPaths::DiscoverOptions& options);
+
+    // A report line: the label left-justified to 13 columns, then the value.
+    static std::string line(std::string_view label, std::string_view value);
+
+  private:
+    static void appendBuiltIn(std::string& report);
+    static void appendInstallation(std::string& report, const VornInstallation& installation);
+    static void appendConfiguration(std::string& report, const VornConfig& config);
+};
+
+}  // namespace vorn

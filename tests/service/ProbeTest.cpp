@@ -1,0 +1,81 @@
+#include <gtest/gtest.h>
+
+#include "common/TempDir.h"
+#include "service/Probe.h"
+
+namespace vorn {
+namespace {
+
+using testing::TempDir;
+
+VornPaths::DiscoverOptions optionsFor(const TempDir& home) {
+    return {std::nullopt, std::nullopt, home.path(), {{"PATH", "/usr/bin"}}};
+}
+
+std::string builtInLines() {
+    return "built-in     none in this build\n"
+           "  installed  not installed\n"
+           "  last install not recorded yet\n";
+}
+
+std::string installationLines(const std::string& configLine) {
+    return configLine +
+           "executable   NOT FOUND\n"
+           "interpreter  (none \u2014 will use the shebang)\n"
+           "launchd run     (no plist installed)\n"
+           "launchd release (no plist installed)\n";
+}
+
+TEST(ProbeReport, UnconfiguredMachineEndsAtTheLaunchdLinesOnStandardOutput) {
+    TempDir home;
+    const ProbeReport report = Probe::run(optionsFor(home));
+    EXPECT_EQ(report.status, 0);
+    EXPECT_EQ(report.destination, ProbeReport::Destination::standardOutput);
+    EXPECT_EQ(report.text, builtInLines() + installationLines(
+                                                "config       not yet, will be written at " +
+                                                (home / ".config/vorn/vorn.yaml").string() + "\n"));
+}
+
+TEST(ProbeReport, MalformedConfigurationGoesToStandardErrorUpToTheErrorLine) {
+    TempDir home;
+    const auto file = home.write(".config/vorn/vorn.yaml", "ship:\n  a: 1\n b: 2\n");
+    const ProbeReport report = Probe::run(optionsFor(home));
+    EXPECT_EQ(report.status, 1);
+    EXPECT_EQ(report.destination, ProbeReport::Destination::standardError);
+    EXPECT_EQ(report.text, builtInLines() +
+                               installationLines("config       " + file.string() + "\n") +
+                               "ERROR        vorn.yaml could not be read \u2014 line 3: unexpected "
+                               "indentation\n");
+}
+
+TEST(ProbeReport, ConfiguredMachineListsShipAndRoutes) {
+    TempDir home;
+    const auto file = home.write(".config/vorn/vorn.yaml",
+                                 "ship:\n  name: Nautilus\n  stateDir: /var/s\n"
+                                 "routes:\n  - route: acme/web\n    enabled: yes\n    repos:\n"
+                                 "      web: /src/web\n      a-very-long-repo-nm: /src/long\n"
+                                 "  - route: beta\n");
+    const ProbeReport report = Probe::run(optionsFor(home));
+    EXPECT_EQ(report.status, 0);
+    EXPECT_EQ(report.destination, ProbeReport::Destination::standardOutput);
+    EXPECT_EQ(report.text, builtInLines() +
+                               installationLines("config       " + file.string() + "\n") +
+                               "structure    unknown\n"
+                               "ship         Nautilus (macos)\n"
+                               "state        /var/s\n"
+                               "events       /var/s/events.jsonl\n"
+                               "log          /tmp/vorn.log\n"
+                               "route        acme/web \u2014 enabled workspace=acme\n"
+                               "               repo web            /src/web\n"
+                               "               repo a-very-long-repo-nm /src/long\n"
+                               "route        beta \u2014 DISABLED workspace=beta\n");
+}
+
+TEST(ProbeReport, LabelsPadToThirteenColumns) {
+    EXPECT_EQ(Probe::line("state", "x"), "state        x\n");
+    EXPECT_EQ(Probe::line("", ""), "             \n");
+    EXPECT_EQ(Probe::line("thirteen-char", "x"), "thirteen-charx\n");
+}
+
+}  // namespace
+}  // namespace vorn
