@@ -1,0 +1,86 @@
+#include <gtest/gtest.h>
+
+#include <QProcess>
+#include <QProcessEnvironment>
+#include <chrono>
+#include <thread>
+
+#include "app/Entry.h"
+#include "common/TempDir.h"
+
+namespace vorn {
+namespace {
+
+using testing::TempDir;
+
+struct AppRun {
+    int status = -1;
+    std::string out;
+    std::string err;
+};
+
+// Runs the built program with a home of the test's own and nothing else of
+// this machine's configuration in its environment.
+AppRun runApp(const QStringList& arguments, const TempDir& home) {
+    QProcess process;
+    QProcessEnvironment environment;
+    environment.insert("HOME", QString::fromStdString(home.path().string()));
+    environment.insert("PATH", "/usr/bin:/bin");
+    process.setProcessEnvironment(environment);
+    process.start(VORN_APP_BINARY, arguments);
+    EXPECT_TRUE(process.waitForFinished(60000));
+    return {process.exitCode(), process.readAllStandardOutput().toStdString(),
+            process.readAllStandardError().toStdString()};
+}
+
+TEST(EntryArguments, ProbeIsSelectedOnlyByTheExactWordAnywhere) {
+    EXPECT_TRUE(Entry::wantsProbe({"vorn-app", "--probe"}));
+    EXPECT_TRUE(Entry::wantsProbe({"vorn-app", "-x", "--probe", "y"}));
+    EXPECT_TRUE(Entry::wantsProbe({"--probe"}));  // even as the program name
+    EXPECT_FALSE(Entry::wantsProbe({"vorn-app", "--PROBE"}));
+    EXPECT_FALSE(Entry::wantsProbe({"vorn-app", "--probe=1"}));
+    EXPECT_FALSE(Entry::wantsProbe({"vorn-app"}));
+}
+
+TEST(EntryBridge, ReturnsTheJobsStatusAsSoonAsItEnds) {
+    EXPECT_EQ(Entry::runBlocking([] { return 7; }), 7);
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_EQ(Entry::runBlocking([] {
+                  std::this_thread::sleep_for(std::chrono::milliseconds(120));
+                  return -3;
+              }),
+              -3);
+    EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(120));
+}
+
+TEST(EntryProcess, UnconfiguredProbeExitsZeroOnStandardOutput) {
+    TempDir home;
+    const AppRun run = runApp({"--probe"}, home);
+    EXPECT_EQ(run.status, 0);
+    EXPECT_TRUE(run.err.empty()) << run.err;
+    EXPECT_TRUE(run.out.starts_with("built-in     "));
+    EXPECT_TRUE(run.out.ends_with("launchd release (no plist installed)\n")) << run.out;
+}
+
+TEST(EntryProcess, MalformedProbeWritesOnlyStandardErrorAndExitsOne) {
+    TempDir home;
+    home.write(".config/vorn/vorn.yaml", "routes: [x]\n");
+    const AppRun run = runApp({"first", "--probe"}, home);
+    EXPECT_EQ(run.status, 1);
+    EXPECT_TRUE(run.out.empty()) << run.out;
+    EXPECT_TRUE(
+        run.err.ends_with("ERROR        vorn.yaml could not be read \u2014 line 1: flow "
+                          "collections are not supported: `[x]`\n"))
+        << run.err;
+}
+
+TEST(EntryProcess, WithoutProbeTheProgramSaysWhatIsMissingAndFails) {
+    TempDir home;
+    const AppRun run = runApp({"--PROBE"}, home);
+    EXPECT_NE(run.status, 0);
+    EXPECT_TRUE(run.out.empty());
+    EXPECT_NE(run.err.find("not built yet"), std::string::npos) << run.err;
+}
+
+}  // namespace
+}  // namespace vorn
