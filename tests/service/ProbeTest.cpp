@@ -1,12 +1,15 @@
 #include <gtest/gtest.h>
 
+#include "common/PlistFile.h"
 #include "common/TempDir.h"
 #include "service/Probe.h"
 
 namespace vorn {
 namespace {
 
+using testing::makeExecutable;
 using testing::TempDir;
+using testing::writeLaunchAgentPlist;
 
 VornPaths::DiscoverOptions optionsFor(const TempDir& home) {
     return {std::nullopt, std::nullopt, home.path(), {{"PATH", "/usr/bin"}}};
@@ -75,6 +78,31 @@ TEST(ProbeReport, LabelsPadToThirteenColumns) {
     EXPECT_EQ(Probe::line("state", "x"), "state        x\n");
     EXPECT_EQ(Probe::line("", ""), "             \n");
     EXPECT_EQ(Probe::line("thirteen-char", "x"), "thirteen-charx\n");
+}
+
+TEST(ProbeReport, InstallationBlockShowsTheTimersExecutableInterpreterAndAgents) {
+    TempDir home;
+    const auto node = makeExecutable(home / "usr/bin/node");
+    const auto vorn = makeExecutable(home / "opt/vorn/bin/vorn");
+    const auto run = home / "Library/LaunchAgents/com.pelorinth.vorn.0badcafe.plist";
+    const auto release = home / "Library/LaunchAgents/com.pelorinth.vorn-release.0badcafe.plist";
+    writeLaunchAgentPlist(run, "com.pelorinth.vorn.0badcafe",
+                          {node.string(), vorn.string(), "run"});
+    writeLaunchAgentPlist(release, "com.pelorinth.vorn-release.0badcafe", {vorn.string()}, 60,
+                          true);
+    const std::string text = Probe::run(optionsFor(home)).text;
+    EXPECT_NE(text.find("executable   " + vorn.string() +
+                        " (from the installed timer)\n"
+                        "interpreter  " +
+                        node.string() +
+                        "\n"
+                        "launchd run     " +
+                        run.string() +
+                        "\n"
+                        "launchd release " +
+                        release.string() + "\n"),
+              std::string::npos)
+        << text;
 }
 
 }  // namespace
