@@ -64,8 +64,8 @@ class ChildProcess {
     // Meaningful once `waitForExit` returned true.
     int32_t status() const { return exitStatus; }
 
-    const PipeBuffer& standardOutput() const { return output; }
-    const PipeBuffer& standardError() const { return errors; }
+    PipeBuffer& standardOutput() { return output; }
+    PipeBuffer& standardError() { return errors; }
 
   private:
     ChildProcess(pid_t pid, PipeBuffer output, PipeBuffer errors);

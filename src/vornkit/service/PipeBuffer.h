@@ -1,6 +1,7 @@
 #pragma once
 
 #include <string>
+#include <utility>
 
 namespace vorn {
 
@@ -30,6 +31,8 @@ class PipeBuffer {
     // True when every writer closed the pipe, so `bytes` is the whole stream.
     bool reachedEnd() const { return ended; }
     const std::string& bytes() const { return received; }
+    // Moves the bytes out, leaving the buffer empty.
+    std::string takeBytes() { return std::move(received); }
 
   private:
     void close();

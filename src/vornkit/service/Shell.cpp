@@ -7,8 +7,13 @@ namespace vorn {
 
 namespace {
 
-std::string completeStream(const PipeBuffer& pipe) {
-    return pipe.reachedEnd() ? Text::repairedUTF8(pipe.bytes()) : std::string();
+// Output can run to megabytes, so valid text is moved rather than copied.
+std::string decoded(std::string bytes) {
+    return Text::isValidUTF8(bytes) ? bytes : Text::repairedUTF8(bytes);
+}
+
+std::string completeStream(PipeBuffer& pipe) {
+    return pipe.reachedEnd() ? decoded(pipe.takeBytes()) : std::string();
 }
 
 ShellResult launchFailure(const std::filesystem::path& tool, const std::string& reason) {
