@@ -1,4 +1,5 @@
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include <QDateTime>
 #include <QLocale>
@@ -158,14 +159,17 @@ TEST(DiagnosticsLog, AppendsToTheFileAndMakesItAgainWhenSomebodyDeletedIt) {
 
 TEST(DiagnosticsLog, LinesThatCannotBeWrittenAreDroppedAndNothingIsReplaced) {
     TempDir home;
-    // The log's place is taken by a folder, its folder by a file, and its
-    // file is a device that accepts no bytes.
+    // The log's place is taken by a folder or a pipe nobody reads, its
+    // folder by a file, and its file is a device that accepts no bytes.
     std::filesystem::create_directories(home / "folder/Vorn.log");
+    std::filesystem::create_directories(home / "pipe");
+    ASSERT_EQ(::mkfifo((home / "pipe/Vorn.log").c_str(), 0600), 0);
     home.write("file/Library", "not a folder\n");
     std::filesystem::create_directories(home / "full");
     std::filesystem::create_symlink("/dev/full", home / "full/Vorn.log");
 
-    for (const char* place : {"folder/Vorn.log", "file/Library/Logs/Vorn.log", "full/Vorn.log"}) {
+    for (const char* place :
+         {"folder/Vorn.log", "pipe/Vorn.log", "file/Library/Logs/Vorn.log", "full/Vorn.log"}) {
         DiagnosticsLog log(home / place, true);
         log.log([] { return "lost"; });
         log.waitUntilWritten();
@@ -174,6 +178,7 @@ TEST(DiagnosticsLog, LinesThatCannotBeWrittenAreDroppedAndNothingIsReplaced) {
     EXPECT_TRUE(std::filesystem::is_empty(home / "folder/Vorn.log"));
     EXPECT_EQ(filesIn(home / "folder"), std::vector<std::string>{"Vorn.log"});
     EXPECT_EQ(TextFile::read(home / "file/Library").value_or(""), "not a folder\n");
+    EXPECT_TRUE(std::filesystem::is_fifo(home / "pipe/Vorn.log"));
     EXPECT_TRUE(std::filesystem::is_symlink(home / "full/Vorn.log"));
     EXPECT_EQ(filesIn(home / "full"), std::vector<std::string>{"Vorn.log"});
 }

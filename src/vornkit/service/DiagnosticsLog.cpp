@@ -122,7 +122,8 @@ void DiagnosticsLog::writeQueuedLines(std::stop_token stop) {
 }
 
 void DiagnosticsLog::append(const std::filesystem::path& file, const std::string& line) {
-    const int descriptor = ::open(file.c_str(), O_WRONLY | O_APPEND | O_CLOEXEC);
+    // Non-blocking, so a pipe put in the log's place can't stall the writer.
+    const int descriptor = ::open(file.c_str(), O_WRONLY | O_APPEND | O_CLOEXEC | O_NONBLOCK);
     if (descriptor >= 0) {
         writeAll(descriptor, line);
         ::close(descriptor);
