@@ -1,5 +1,6 @@
 // A user record and a shell's output are text from outside. Any text gives
-// either nothing or an absolute path found in it, on one line.
+// either nothing or an absolute path found in it: a single line when it was
+// read from lines, $SHELL unchanged when it came from there.
 #include <cstdint>
 #include <cstdlib>
 #include <optional>
@@ -9,7 +10,7 @@
 
 namespace {
 
-void checkPath(const std::optional<std::string>& path, std::string_view source) {
+void checkLine(const std::optional<std::string>& path, std::string_view source) {
     if (!path) return;
     if (!path->starts_with('/') || path->find('\n') != std::string::npos) std::abort();
     if (source.find(*path) == std::string_view::npos) std::abort();
@@ -19,14 +20,17 @@ void checkPath(const std::optional<std::string>& path, std::string_view source) 
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     const std::string_view text(reinterpret_cast<const char*>(data), size);
-    checkPath(vorn::LoginShell::answerPath(text), text);
+    checkLine(vorn::LoginShell::answerPath(text), text);
+    checkLine(vorn::LoginShell::loginShell(text, std::nullopt), text);
 
-    // Before the first NUL: the user record; after it: $SHELL.
-    const size_t split = text.find('\0');
-    const std::string_view record = text.substr(0, split);
-    const std::optional<std::string_view> shell =
-        split == std::string_view::npos ? std::nullopt : std::optional(text.substr(split + 1));
-    checkPath(vorn::LoginShell::loginShell(record, shell), text);
-    checkPath(vorn::LoginShell::loginShell(std::nullopt, record), record);
+    const auto fromEnvironment = vorn::LoginShell::loginShell(std::nullopt, text);
+    if (fromEnvironment.has_value() != text.starts_with('/')) std::abort();
+    if (fromEnvironment && *fromEnvironment != text) std::abort();
+
+    // A record without an answer leaves the choice to $SHELL.
+    if (!vorn::LoginShell::loginShell(text, std::nullopt) &&
+        vorn::LoginShell::loginShell(text, "/bin/sh") != "/bin/sh") {
+        std::abort();
+    }
     return 0;
 }
