@@ -167,7 +167,11 @@ class SetupCommandsTest(SandboxCase):
         again = self.json_lines(self.vorn_ok("sample-ticket", "--json"))[0]
         self.assertEqual(again["ticket"], filed["ticket"])
         self.vorn_ok("run", "--role", "dev", "--quiet")
-        self.assertIn(filed["ticket"], {e.get("ticket") for e in self.event_lines()})
+        self.vorn_ok("run", "--role", "qa", "--quiet")
+        story = [(e["step"], e["role"]) for e in self.event_lines() if e.get("ticket") == filed["ticket"]]
+        self.assertLess(story.index(("agent", "dev")), story.index(("agent", "qa")))
+        self.assertLess(story.index(("agent", "qa")), story.index(("release", "qa")))
+        self.assertEqual(story[-1], ("idle", "qa"))
         self.vorn_ok("sample-ticket", "--remove", "--json")
         self.assertFalse(os.path.exists(filed["dir"]))
         self.assertNotIn(filed["ticket"], self.read(self.state, "board.json"))

@@ -116,6 +116,10 @@ class Cycle:
             return 0
         except Failed:
             return 1
+        except (gitops.GitError, OSError) as error:
+            # Something on the machine went wrong mid-step: say so in the log, as any failure.
+            self.emit("reconcile", f"cycle failed: {error}", "error")
+            return 1
         except Interrupted:
             self.interrupted()
             return 130
@@ -197,7 +201,9 @@ class Cycle:
         self.worktree = {"repo": name, "dir": folder, "path": path, "branch": branch}
         with self.edit_board() as board:
             boardmod.release_worktree(board, path)
-            boardmod.find(board, self.ticket["id"]).update(worktree=path, branch=branch, repo=name)
+            found = boardmod.find(board, self.ticket["id"])
+            if found is not None:
+                found.update(worktree=path, branch=branch, repo=name)
         verb = "reusing" if reused else "cut"
         self.emit("worktree", f"{verb} worktree {os.path.basename(path)} on {branch}")
 

@@ -169,10 +169,10 @@ def review(config, route, repo):
 
 def write(config, route, repo, parsed):
     chosen = hooks.from_recipes(repo.dir, [r for r in parsed.recipes.split(",") if r])
-    for spec in parsed.hook:
-        name, _, value = spec.partition("=")
+    for hook_text in parsed.hook:
+        name, _, value = hook_text.partition("=")
         if name not in hooks.NAMES or not value.strip():
-            raise CommandError(f"bad hook {spec!r}: expected one of {', '.join(hooks.NAMES)}=COMMAND")
+            raise CommandError(f"bad hook {hook_text!r}: expected one of {', '.join(hooks.NAMES)}=COMMAND")
         chosen[name] = value.strip()
     if not chosen:
         raise CommandError("nothing to write: give --recipes or --hook")
