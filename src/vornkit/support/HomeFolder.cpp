@@ -1,38 +1,18 @@
 #include "support/HomeFolder.h"
 
-#include <pwd.h>
 #include <unistd.h>
 
 #include <cstdlib>
-#include <vector>
+
+#include "support/PasswdEntry.h"
 
 namespace vorn {
 
 namespace {
 
-std::optional<std::filesystem::path> homeOfPasswdEntry(const struct passwd* entry) {
-    if (entry == nullptr || entry->pw_dir == nullptr || entry->pw_dir[0] == '\0') {
-        return std::nullopt;
-    }
-    return std::filesystem::path(entry->pw_dir);
-}
-
-// getpw*_r with a buffer that grows until the entry fits.
-template <class Lookup>
-std::optional<std::filesystem::path> lookUpHome(Lookup lookup) {
-    std::vector<char> buffer(4096);
-    while (buffer.size() <= (1u << 20)) {
-        struct passwd entry {};
-        struct passwd* found = nullptr;
-        const int error = lookup(&entry, buffer.data(), buffer.size(), &found);
-        if (error == ERANGE) {
-            buffer.resize(buffer.size() * 2);
-            continue;
-        }
-        if (error != 0) return std::nullopt;
-        return homeOfPasswdEntry(found);
-    }
-    return std::nullopt;
+std::optional<std::filesystem::path> homeOf(const std::optional<PasswdEntry>& entry) {
+    if (!entry || entry->home.empty()) return std::nullopt;
+    return std::filesystem::path(entry->home);
 }
 
 }  // namespace
@@ -42,19 +22,12 @@ std::filesystem::path HomeFolder::path() {
     if (environmentHome != nullptr && environmentHome[0] == '/') {
         return std::filesystem::path(environmentHome);
     }
-    const uid_t user = ::getuid();
-    auto home =
-        lookUpHome([user](struct passwd* entry, char* buffer, size_t size, struct passwd** found) {
-            return ::getpwuid_r(user, entry, buffer, size, found);
-        });
+    const auto home = homeOf(PasswdEntry::ofUserId(::getuid()));
     return home.value_or(std::filesystem::path("/"));
 }
 
 std::optional<std::filesystem::path> HomeFolder::ofUser(const std::string& name) {
-    return lookUpHome(
-        [&name](struct passwd* entry, char* buffer, size_t size, struct passwd** found) {
-            return ::getpwnam_r(name.c_str(), entry, buffer, size, found);
-        });
+    return homeOf(PasswdEntry::ofName(name));
 }
 
 std::string HomeFolder::expandTilde(std::string_view text, const std::filesystem::path& home) {

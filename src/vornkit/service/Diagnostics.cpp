@@ -1,0 +1,32 @@
+#include "service/Diagnostics.h"
+
+#include <QSettings>
+
+#include "support/HomeFolder.h"
+
+namespace vorn {
+
+std::atomic<DiagnosticsLog*> Diagnostics::redirected{nullptr};
+
+DiagnosticsLog& Diagnostics::current() {
+    if (DiagnosticsLog* log = redirected.load(std::memory_order_acquire)) return *log;
+    return processLog();
+}
+
+DiagnosticsLog& Diagnostics::processLog() {
+    // The preferences live in the application's settings store, under the
+    // organisation and application names of the rest of the program.
+    static const std::unique_ptr<DiagnosticsLog> log =
+        DiagnosticsLog::forUser(HomeFolder::path(), ProcessEnvironment::current(),
+                                QSettings(QStringLiteral("Pelorinth"), QStringLiteral("Vorn")));
+    return *log;
+}
+
+Diagnostics::Redirect::Redirect(DiagnosticsLog& log)
+    : previous(redirected.exchange(&log, std::memory_order_acq_rel)) {}
+
+Diagnostics::Redirect::~Redirect() {
+    redirected.store(previous, std::memory_order_release);
+}
+
+}  // namespace vorn
