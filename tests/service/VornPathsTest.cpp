@@ -4,7 +4,10 @@
 
 #include "common/PlistFile.h"
 #include "common/TempDir.h"
+#include "service/Diagnostics.h"
+#include "service/DiagnosticsLog.h"
 #include "service/VornPaths.h"
+#include "support/TextFile.h"
 
 namespace vorn {
 namespace {
@@ -193,6 +196,24 @@ TEST_F(VornPathsExecutable, AGivenBuiltInFolderReplacesTheUnpackedOne) {
     const auto found = VornPaths::discover(withBundled);
     EXPECT_EQ(found->executable, payload);
     EXPECT_EQ(found->executableSource, ExecutableSource::bundled);
+}
+
+TEST_F(VornPathsExecutable, TheLogNamesTheSourceAsFoundBeforeTheBuiltInCheck) {
+    makeExecutable(builtIn());
+    std::filesystem::create_symlink(builtIn(), home / "linked");
+    DiagnosticsLog log(home / "diagnostics.log", true);
+    {
+        Diagnostics::Redirect redirect(log);
+        VornPaths::discover(options(answering(home / "linked", std::nullopt)));
+        std::filesystem::remove(builtIn());
+        VornPaths::discover(options());
+    }
+    log.waitUntilWritten();
+    const std::string text = TextFile::read(home / "diagnostics.log").value_or("");
+    EXPECT_NE(text.find(" discovery: executable from PATH at " + (home / "linked").string() + "\n"),
+              std::string::npos)
+        << text;
+    EXPECT_NE(text.find(" discovery: executable not found\n"), std::string::npos) << text;
 }
 
 TEST_F(VornPathsExecutable, NothingFoundLeavesBothFieldsAbsent) {
