@@ -76,8 +76,8 @@ EditCase refusal(std::string name, std::function<EditableYAML::Result(EditableYA
     return edit;
 }
 
-EditCase insertion(std::string name, std::function<EditableYAML::Result(EditableYAML&)> apply,
-                   int begin, int end, int count) {
+EditCase changing(std::string name, std::function<EditableYAML::Result(EditableYAML&)> apply,
+                  int begin, int end, int count) {
     EditCase edit;
     edit.name = std::move(name);
     edit.apply = std::move(apply);
@@ -98,9 +98,10 @@ bool opensOnDashLine(const EditableYAML& document, const EditNode::MapValue& map
     return onDashLine(document, map.pairs.front().value.anchorLine());
 }
 
-void addScalarCases(const EditableYAML& document, const YAMLPath& path,
-                    const EditNode::Scalar& scalar, bool keyed, std::vector<EditCase>& cases) {
-    EditCase set = insertion(
+void addScalarCases(const EditableYAML& document, const std::optional<YAMLNode>& reading,
+                    const YAMLPath& path, const EditNode::Scalar& scalar, bool keyed,
+                    std::vector<EditCase>& cases) {
+    EditCase set = changing(
         named("setScalar", path), [path](EditableYAML& d) { return d.setScalar(path, kValue); },
         scalar.line, scalar.end + 1, 1);
     const std::string& line = document.lines()[static_cast<size_t>(scalar.line)];
@@ -119,17 +120,17 @@ void addScalarCases(const EditableYAML& document, const YAMLPath& path,
         }));
         return;
     }
-    EditCase expand = insertion(
+    EditCase expand = changing(
         named("expandScalarToMap", path),
         [path](EditableYAML& d) { return d.expandScalarToMap(path, "dir"); }, scalar.line,
         scalar.line + 1, 2);
-    // Folded lines stay behind and read as keys of the new map; a key on a
+    // Folded lines stay behind, where the reader refuses them; a key on a
     // dash line gets its value beside it rather than under it.
     expand.reparses = scalar.end == scalar.line;
     if (expand.reparses && !onDashLine(document, scalar.line)) {
         std::optional<std::string> oldValue;
-        if (const auto old = MiniYAML::parse(document.text())) {
-            if (const auto node = readerNodeAt(*old, path)) oldValue = node->string();
+        if (reading) {
+            if (const auto node = readerNodeAt(*reading, path)) oldValue = node->string();
         }
         expand.readBack = {{appended(path, "dir"), oldValue}};
     }
@@ -142,7 +143,7 @@ void addMapCases(const EditableYAML& document, const YAMLPath& path, const EditN
     const auto point = EditableYAML::mapInsertionPoint(node, path, document.lines());
     const bool emptyFlow = map.pairs.empty() && map.declaringLine >= 0;
     const int begin = emptyFlow ? map.declaringLine : point->after + 1;
-    EditCase append = insertion(
+    EditCase append = changing(
         named("appendMapEntry", path),
         [path](EditableYAML& d) { return d.appendMapEntry(path, kKey, kValue); }, begin,
         point->after + 1, emptyFlow ? 2 : 1);
@@ -151,7 +152,7 @@ void addMapCases(const EditableYAML& document, const YAMLPath& path, const EditN
         append.readBack = {{appended(path, std::string(kKey)), std::string(kValue)}};
     cases.push_back(std::move(append));
 
-    EditCase nested = insertion(
+    EditCase nested = changing(
         named("setOrCreateNested", path),
         [path](EditableYAML& d) { return d.setOrCreateNested(path, kKey, "field", kValue); },
         point->after + 1, point->after + 1, 2);
@@ -174,7 +175,7 @@ void addMapCases(const EditableYAML& document, const YAMLPath& path, const EditN
         seen.push_back(pair.key);
         const YAMLPath child = appended(path, pair.key);
         const auto range = document.claimedRange(child);
-        EditCase remove = insertion(
+        EditCase remove = changing(
             named("removeKey", child), [child](EditableYAML& d) { return d.removeKey(child); },
             range->begin, range->end, 0);
         // The keys behind a dash line's first key are left without a dash.
@@ -189,7 +190,7 @@ void addMapCases(const EditableYAML& document, const YAMLPath& path, const EditN
             }));
             continue;
         }
-        EditCase rename = insertion(
+        EditCase rename = changing(
             named("renameMapKey", child),
             [child](EditableYAML& d) { return d.renameMapKey(child, "zz-renamed"); }, anchor,
             anchor + 1, 1);
@@ -209,7 +210,7 @@ void addSeqCases(const EditableYAML& document, const YAMLPath& path, const EditN
     const bool reparses = !(empty && onDashLine(document, seq.declaringLine));
     const std::string next = std::to_string(seq.items.size());
 
-    EditCase scalar = insertion(
+    EditCase scalar = changing(
         named("appendListItem", path),
         [path](EditableYAML& d) {
             return d.appendListItem(path, ListItemContent::scalar("zz-item"));
@@ -219,7 +220,7 @@ void addSeqCases(const EditableYAML& document, const YAMLPath& path, const EditN
     if (reparses) scalar.readBack = {{appended(path, next), "zz-item"}};
     cases.push_back(std::move(scalar));
 
-    EditCase mapping = insertion(
+    EditCase mapping = changing(
         named("appendListItem mapping", path),
         [path](EditableYAML& d) {
             return d.appendListItem(path, ListItemContent::mapping({{"zz-a", "1"}, {"zz-b", "2"}}));
@@ -234,7 +235,7 @@ void addSeqCases(const EditableYAML& document, const YAMLPath& path, const EditN
     for (size_t index = 0; index < seq.items.size(); ++index) {
         const YAMLPath child = appended(path, std::to_string(index));
         const auto range = document.claimedRange(child);
-        EditCase remove = insertion(
+        EditCase remove = changing(
             named("removeListItem", child),
             [path, index](EditableYAML& d) {
                 return d.removeListItem(path, static_cast<int>(index));
@@ -249,7 +250,7 @@ void addNullCases(const EditableYAML& document, const YAMLPath& path, const Edit
                   std::vector<EditCase>& cases) {
     cases.push_back(refusal(named("setScalar", path),
                             [path](EditableYAML& d) { return d.setScalar(path, "x"); }));
-    EditCase entry = insertion(
+    EditCase entry = changing(
         named("appendMapEntry", path),
         [path](EditableYAML& d) { return d.appendMapEntry(path, kKey, kValue); }, null.line + 1,
         null.line + 1, 1);
@@ -260,7 +261,7 @@ void addNullCases(const EditableYAML& document, const YAMLPath& path, const Edit
     }
     cases.push_back(std::move(entry));
 
-    EditCase item = insertion(
+    EditCase item = changing(
         named("appendListItem", path),
         [path](EditableYAML& d) {
             return d.appendListItem(path, ListItemContent::scalar("zz-item"));
@@ -281,6 +282,9 @@ std::vector<YAMLPath> allPaths(const EditableYAML& document) {
 
 std::vector<EditCase> editCasesFor(const EditableYAML& document) {
     std::vector<EditCase> cases;
+    const auto parsed = MiniYAML::parse(document.text());
+    const std::optional<YAMLNode> reading =
+        parsed ? std::optional<YAMLNode>(*parsed) : std::nullopt;
     cases.push_back(refusal("removeKey []", [](EditableYAML& d) { return d.removeKey({}); }));
     cases.push_back(refusal("setScalar missing",
                             [](EditableYAML& d) { return d.setScalar({"zz-missing"}, "x"); }));
@@ -289,7 +293,7 @@ std::vector<EditCase> editCasesFor(const EditableYAML& document) {
         // A scalar has a key when its parent is a map.
         const bool keyed = !path.empty() && document.node({path.begin(), path.end() - 1})->map();
         if (const auto* scalar = node->scalar()) {
-            addScalarCases(document, path, *scalar, keyed, cases);
+            addScalarCases(document, reading, path, *scalar, keyed, cases);
         } else if (const auto* null = node->null()) {
             addNullCases(document, path, *null, cases);
         } else if (node->map() != nullptr) {
