@@ -4,6 +4,7 @@
 
 #include "support/EditableYAML.h"
 #include "support/MiniYAML.h"
+#include "support/RouteEdit.h"
 #include "support/Text.h"
 #include "support/TextFile.h"
 
@@ -32,7 +33,7 @@ Expected<std::optional<std::string>, YAMLEditError> ExtraPathEdit::adding(
         return std::optional<std::string>();
     }
     directories.emplace_back(directory);
-    const std::string quoted = "\"" + Text::joined(directories, ":") + "\"";
+    const std::string quoted = RouteEdit::quoted(Text::joined(directories, ":"));
     if (auto result = document->setOrCreateNested({}, "ship", "extraPath", quoted); !result) {
         return Unexpected(result.error());
     }

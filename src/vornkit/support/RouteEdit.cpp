@@ -143,7 +143,16 @@ RouteEdit::Result RouteEdit::removeRoute(EditableYAML& document, const YAMLPath&
 
 std::string RouteEdit::storedWorktreeName(std::string_view text) {
     if (text.find('{') == std::string_view::npos) return std::string(text);
-    return "\"" + std::string(text) + "\"";
+    return quoted(text);
+}
+
+std::string RouteEdit::quoted(std::string_view text) {
+    std::string result;
+    result.reserve(text.size() + 2);
+    result.push_back('"');
+    result.append(text);
+    result.push_back('"');
+    return result;
 }
 
 int RouteEdit::weightStepperValue(std::optional<double> weight) {

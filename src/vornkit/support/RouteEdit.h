@@ -70,6 +70,9 @@ struct RouteEdit {
     // A worktree name as it goes into the file: in double quotes when it
     // holds a "{" (a bare "{" would open a flow collection), else bare.
     static std::string storedWorktreeName(std::string_view text);
+    // The text in double quotes, nothing inside escaped: the only quoting
+    // this system does in vorn.yaml.
+    static std::string quoted(std::string_view text);
     // What the priority stepper shows: the weight, or 1 without one,
     // truncated and kept within 1 to 10.
     static int weightStepperValue(std::optional<double> weight);

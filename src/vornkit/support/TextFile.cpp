@@ -25,7 +25,11 @@ std::filesystem::path stagingName(const std::filesystem::path& target) {
     static thread_local std::mt19937_64 generator{std::random_device{}()};
     char suffix[17];
     std::snprintf(suffix, sizeof suffix, "%016llx", static_cast<unsigned long long>(generator()));
-    return target.parent_path() / ("." + target.filename().string() + ".staging-" + suffix);
+    std::string name = ".";
+    name += target.filename().string();
+    name += ".staging-";
+    name += suffix;
+    return target.parent_path() / name;
 }
 
 bool writeAll(int descriptor, std::string_view contents) {
