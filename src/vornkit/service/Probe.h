@@ -25,6 +25,7 @@ class Probe {
     static void appendBuiltIn(std::string& report);
     static void appendInstallation(std::string& report, const VornInstallation& installation);
     static void appendConfiguration(std::string& report, const VornConfig& config);
+    static void appendWorktrees(std::string& report, const VornConfig& config);
 };
 
 }  // namespace vorn
