@@ -17,10 +17,19 @@ using simdjson::dom::element;
 // own, so one huge line doesn't pin its memory for the life of the thread.
 constexpr size_t kSharedParserLineLimit = 1 << 20;
 
-std::optional<std::string> ownedText(element value) {
-    const auto text = JSONValue::string(value);
-    if (!text) return std::nullopt;
-    return std::string(*text);
+// Each reader below sets one field from a member's value, in place, to
+// what it holds or to absent.
+
+void readText(element value, std::optional<std::string>& field) {
+    if (const auto text = JSONValue::string(value)) {
+        field.emplace(*text);
+    } else {
+        field.reset();
+    }
+}
+
+void readText(element value, std::string& field) {
+    field = JSONValue::string(value).value_or("");
 }
 
 template <class Enum>
@@ -32,53 +41,54 @@ std::optional<Enum> knownCase(element value) {
 
 // Names that are no role are left out; a list with anything but strings in
 // it counts as absent.
-std::vector<VornRole> knownRoles(element value) {
-    std::vector<VornRole> roles;
+void readRoles(element value, std::vector<VornRole>& field) {
+    field.clear();
     const auto names = JSONValue::strings(value);
-    if (!names) return roles;
+    if (!names) return;
     for (std::string_view name : *names) {
-        if (const auto role = fromRaw<VornRole>(name)) roles.push_back(*role);
+        if (const auto role = fromRaw<VornRole>(name)) field.push_back(*role);
     }
-    return roles;
 }
 
-std::vector<std::string> ownedTexts(element value) {
-    const auto texts = JSONValue::strings(value);
-    if (!texts) return {};
-    return std::vector<std::string>(texts->begin(), texts->end());
+void readTexts(element value, std::vector<std::string>& field) {
+    field.clear();
+    if (const auto texts = JSONValue::strings(value)) field.assign(texts->begin(), texts->end());
 }
 
-std::optional<std::string> openableURL(element value) {
+void readURL(element value, std::optional<std::string>& field) {
     const auto text = JSONValue::string(value);
-    if (!text || !URLText::isAbsoluteURL(*text)) return std::nullopt;
-    return std::string(*text);
+    if (text && URLText::isAbsoluteURL(*text)) {
+        field.emplace(*text);
+    } else {
+        field.reset();
+    }
 }
 
 void readDataMember(std::string_view key, element value, VornEvent& event) {
     if (key == "hook") {
-        event.hook = ownedText(value);
+        readText(value, event.hook);
     } else if (key == "rank") {
         event.rank = JSONValue::exactInteger(value);
     } else if (key == "pending") {
-        event.pending = knownRoles(value);
+        readRoles(value, event.pending);
     } else if (key == "ms") {
         event.durationMs = JSONValue::exactInteger(value);
     } else if (key == "kind") {
         event.agentKind = knownCase<VornAgentDetailKind>(value);
     } else if (key == "text") {
-        event.agentText = ownedText(value);
+        readText(value, event.agentText);
     } else if (key == "tool") {
-        event.tool = ownedText(value);
+        readText(value, event.tool);
     } else if (key == "target") {
-        event.target = ownedText(value);
+        readText(value, event.target);
     } else if (key == "cycleIndex") {
         event.agentCycleIndex = JSONValue::exactInteger(value);
     } else if (key == "attention") {
-        event.attention = ownedTexts(value);
+        readTexts(value, event.attention);
     } else if (key == "url") {
-        event.url = openableURL(value);
+        readURL(value, event.url);
     } else if (key == "title") {
-        event.ticketTitle = ownedText(value);
+        readText(value, event.ticketTitle);
     }
 }
 
@@ -99,9 +109,9 @@ void readMember(std::string_view key, element value, VornEvent& event, RequiredF
     } else if (key == "data") {
         data = JSONValue::object(value);
     } else if (key == "cycle") {
-        event.cycle = JSONValue::string(value).value_or("");
+        readText(value, event.cycle);
     } else if (key == "route") {
-        event.route = JSONValue::string(value).value_or("");
+        readText(value, event.route);
     } else if (key == "step") {
         event.step = knownCase<VornStep>(value).value_or(VornStep::unknown);
     } else if (key == "level") {
@@ -109,33 +119,34 @@ void readMember(std::string_view key, element value, VornEvent& event, RequiredF
     } else if (key == "role") {
         event.role = knownCase<VornRole>(value);
     } else if (key == "ticket") {
-        event.ticket = ownedText(value);
+        readText(value, event.ticket);
     }
 }
 
-std::optional<VornEvent> decodeObject(simdjson::dom::object line, std::int64_t id) {
-    VornEvent event;
-    event.id = id;
+// Fills `event` from the members of a line; false when the line is no
+// event after all.
+bool readObject(simdjson::dom::object line, VornEvent& event) {
     RequiredFields required;
     std::optional<simdjson::dom::object> data;
     for (const auto member : line) {
         readMember(member.key, member.value, event, required, data);
     }
-    if (!required.at || !required.message) return std::nullopt;
+    if (!required.at || !required.message) return false;
     event.at = VornEventDecoder::date(*required.at);
-    event.message = std::string(*required.message);
+    event.message.assign(*required.message);
     if (data) {
         for (const auto member : *data)
             readDataMember(member.key, member.value, event);
     }
-    return event;
+    return true;
 }
 
-std::optional<VornEvent> decodeWith(simdjson::dom::parser& parser, std::string_view line,
-                                    std::int64_t id) {
+// The line's top-level object, living as long as the parser's document.
+// `rewritten` holds the text parsed when the line itself was refused.
+std::optional<simdjson::dom::object> parsedObject(simdjson::dom::parser& parser,
+                                                  std::string_view line, std::string& rewritten) {
     element root;
     simdjson::error_code failure = parser.parse(line.data(), line.size()).get(root);
-    std::string rewritten;
     if (failure == simdjson::NUMBER_ERROR) {
         // Well-formed but for a number no machine type holds; no field
         // takes such a number, so it reads as absent and the line stands.
@@ -145,20 +156,34 @@ std::optional<VornEvent> decodeWith(simdjson::dom::parser& parser, std::string_v
         failure = parser.parse(rewritten.data(), rewritten.size()).get(root);
     }
     if (failure != simdjson::SUCCESS) return std::nullopt;
-    const auto object = JSONValue::object(root);
-    if (!object) return std::nullopt;
-    return decodeObject(*object, id);
+    return JSONValue::object(root);
+}
+
+bool decodeWith(simdjson::dom::parser& parser, std::string_view line, std::int64_t id,
+                VornEvent& event) {
+    std::string rewritten;
+    const auto object = parsedObject(parser, line, rewritten);
+    if (!object) return false;
+    event.id = id;
+    return readObject(*object, event);
 }
 
 }  // namespace
 
 std::optional<VornEvent> VornEventDecoder::decode(std::string_view line, std::int64_t id) {
+    // Built in place and returned without a copy.
+    std::optional<VornEvent> event(std::in_place);
+    if (!decode(line, id, *event)) event.reset();
+    return event;
+}
+
+bool VornEventDecoder::decode(std::string_view line, std::int64_t id, VornEvent& event) {
     if (line.size() > kSharedParserLineLimit) {
         simdjson::dom::parser parser;
-        return decodeWith(parser, line, id);
+        return decodeWith(parser, line, id, event);
     }
     thread_local simdjson::dom::parser sharedParser;
-    return decodeWith(sharedParser, line, id);
+    return decodeWith(sharedParser, line, id, event);
 }
 
 namespace {

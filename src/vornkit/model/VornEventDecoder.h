@@ -16,6 +16,10 @@ struct VornEventDecoder {
     // `message` as strings. Every other field of the wrong JSON type counts
     // as absent; see `VornEvent` for where each one is read from.
     static std::optional<VornEvent> decode(std::string_view line, std::int64_t id);
+    // The same, filling `event`, which must be default-constructed, in place:
+    // for readers that decode many lines into storage of their own. After
+    // false, `event` holds whatever was read and is to be dropped.
+    static bool decode(std::string_view line, std::int64_t id, VornEvent& event);
 
     // "YYYY-MM-DDTHH:MM:SS[.mmm]", read by byte position in UTC; the
     // separators and any zone suffix are not looked at. Out-of-range fields

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <iterator>
 #include <string>
 #include <string_view>
 
@@ -18,6 +19,8 @@ namespace {
 // Large reads go in pieces of this size, so what is held at once is one
 // piece and the events kept, however much the file grew since the last call.
 constexpr std::uint64_t kChunkBytes = 1 << 20;
+// Events are rarely shorter than this; it sizes the first allocation.
+constexpr std::uint64_t kShortestLikelyLine = 128;
 
 // The file for the length of one pump; closed on every way out, and a
 // failing close changes nothing we could act on.
@@ -47,21 +50,24 @@ std::uint64_t endOf(int descriptor) {
 // ends first. False when the system refuses the read.
 bool readAt(int descriptor, std::uint64_t position, std::size_t count, std::string& into) {
     const std::size_t start = into.size();
-    into.resize(start + count);
-    std::size_t done = 0;
-    while (done < count) {
-        const ssize_t got = ::pread(descriptor, into.data() + start + done, count - done,
-                                    static_cast<off_t>(position + done));
-        if (got < 0 && errno == EINTR) continue;
-        if (got < 0) {
-            into.resize(start);
-            return false;
+    bool refused = false;
+    // The bytes go straight into the string, with no zero-filling first.
+    into.resize_and_overwrite(start + count, [&](char* bytes, std::size_t) {
+        std::size_t done = 0;
+        while (done < count) {
+            const ssize_t got = ::pread(descriptor, bytes + start + done, count - done,
+                                        static_cast<off_t>(position + done));
+            if (got < 0 && errno == EINTR) continue;
+            if (got < 0) {
+                refused = true;
+                return start;
+            }
+            if (got == 0) break;
+            done += static_cast<std::size_t>(got);
         }
-        if (got == 0) break;
-        done += static_cast<std::size_t>(got);
-    }
-    into.resize(start + done);
-    return true;
+        return start + done;
+    });
+    return !refused;
 }
 
 bool endsWithNewline(int descriptor, std::uint64_t end) {
@@ -86,7 +92,7 @@ struct EventTail::Batch {
 EventTail::EventTail(std::filesystem::path file, std::uint64_t seedBytes, std::size_t keep)
     : path(std::move(file)), seedBytes(seedBytes), keep(keep) {}
 
-std::vector<VornEvent> EventTail::pump() {
+std::span<const VornEvent> EventTail::pump() {
     const OpenFile file(path);
     if (!file.isOpen()) return {};
     const std::uint64_t end = endOf(file.get());
@@ -97,24 +103,29 @@ std::vector<VornEvent> EventTail::pump() {
         // Truncated or replaced by something shorter. A replacement at least
         // as long as the old position can't be told from an append.
         offset = 0;
-        buffer.clear();
+        clearBuffer();
     }
     if (offset >= end) return {};
 
     Batch batch;
-    batch.dropsFirstLine = offset == 0 && buffer.empty() && !endsWithNewline(file.get(), end);
+    // Room for what the bytes will likely hold, within what may be kept.
+    batch.fresh.reserve(std::min(
+        static_cast<std::size_t>(std::min(end - offset, kChunkBytes) / kShortestLikelyLine + 1),
+        2 * std::max<std::size_t>(keep, 1)));
+    batch.dropsFirstLine = offset == 0 && events().empty() && !endsWithNewline(file.get(), end);
     if (!readBatch(file.get(), end, batch)) return {};
     offset += batch.taken;
     if (batch.fresh.empty()) return {};
     keepNewest(batch.fresh);
-    appendToBuffer(batch.fresh);
-    return std::move(batch.fresh);
+    const std::size_t count = batch.fresh.size();
+    appendToBuffer(std::move(batch.fresh));
+    return events().last(count);
 }
 
 void EventTail::reset() {
     offset = 0;
     seeded = false;
-    buffer.clear();
+    clearBuffer();
 }
 
 std::uint64_t EventTail::firstOffset(std::uint64_t end) {
@@ -170,10 +181,12 @@ void EventTail::decodeLines(std::string_view lines, Batch& batch) {
 }
 
 void EventTail::decodeLine(std::string_view line, Batch& batch) {
-    auto event = VornEventDecoder::decode(line, nextID);
-    if (!event) return;
+    VornEvent& event = batch.fresh.emplace_back();
+    if (!VornEventDecoder::decode(line, nextID, event)) {
+        batch.fresh.pop_back();
+        return;
+    }
     ++nextID;
-    batch.fresh.push_back(std::move(*event));
     // Trimming in bulk keeps a huge batch at most twice `keep` long.
     if (batch.fresh.size() >= 2 * std::max<std::size_t>(keep, 1)) keepNewest(batch.fresh);
 }
@@ -183,16 +196,27 @@ void EventTail::keepNewest(std::vector<VornEvent>& events) const {
     events.erase(events.begin(), events.end() - static_cast<std::ptrdiff_t>(keep));
 }
 
-void EventTail::appendToBuffer(const std::vector<VornEvent>& fresh) {
-    if (fresh.size() >= keep) {
-        buffer.assign(fresh.end() - static_cast<std::ptrdiff_t>(keep), fresh.end());
+void EventTail::appendToBuffer(std::vector<VornEvent>&& fresh) {
+    if (events().empty() || fresh.size() >= keep) {
+        storage = std::move(fresh);
+        firstKept = 0;
         return;
     }
-    const std::size_t total = buffer.size() + fresh.size();
-    if (total > keep) {
-        buffer.erase(buffer.begin(), buffer.begin() + static_cast<std::ptrdiff_t>(total - keep));
+    storage.insert(storage.end(), std::make_move_iterator(fresh.begin()),
+                   std::make_move_iterator(fresh.end()));
+    const std::size_t held = storage.size() - firstKept;
+    if (held > keep) firstKept += held - keep;
+    // Events that fell out of the buffer are let go in bulk, once there are
+    // as many as are kept, so that each costs the others one move at most.
+    if (firstKept >= keep) {
+        storage.erase(storage.begin(), storage.begin() + static_cast<std::ptrdiff_t>(firstKept));
+        firstKept = 0;
     }
-    buffer.insert(buffer.end(), fresh.begin(), fresh.end());
+}
+
+void EventTail::clearBuffer() {
+    storage.clear();
+    firstKept = 0;
 }
 
 }  // namespace vorn

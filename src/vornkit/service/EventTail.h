@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <filesystem>
+#include <span>
 #include <vector>
 
 #include "model/VornEvent.h"
@@ -26,15 +27,19 @@ class EventTail {
 
     EventTail(std::filesystem::path file, std::uint64_t seedBytes, std::size_t keep);
 
-    // The events that were new in this call, oldest first, and the buffer
-    // updated with them. When more than `keep` were new, only the newest
-    // `keep` are given, as only they reach the buffer; the others still
-    // consume their ids. A file that can't be opened gives nothing and
-    // changes nothing: a log that doesn't exist yet is an ordinary state.
-    std::vector<VornEvent> pump();
+    // The events that were new in this call, oldest first, after adding
+    // them to the buffer: a view of the buffer's newest entries, valid until
+    // the next pump or reset. When more than `keep` were new, only the
+    // newest `keep` are given, as only they stay; the others still consume
+    // their ids. A file that can't be opened gives nothing and changes
+    // nothing: a log that doesn't exist yet is an ordinary state.
+    std::span<const VornEvent> pump();
 
     // Oldest first, at most `keep` long.
-    const std::vector<VornEvent>& events() const { return buffer; }
+    // A view valid until the next pump or reset.
+    std::span<const VornEvent> events() const {
+        return std::span<const VornEvent>(storage).subspan(firstKept);
+    }
 
     // Forgets the position and the buffer; the next pump seeds again. Ids
     // go on from where they were, so they stay unique for the tail's life.
@@ -50,7 +55,8 @@ class EventTail {
     void decodeLines(std::string_view lines, Batch& batch);
     void decodeLine(std::string_view line, Batch& batch);
     void keepNewest(std::vector<VornEvent>& events) const;
-    void appendToBuffer(const std::vector<VornEvent>& fresh);
+    void appendToBuffer(std::vector<VornEvent>&& fresh);
+    void clearBuffer();
 
     std::filesystem::path path;
     std::uint64_t seedBytes;
@@ -58,7 +64,11 @@ class EventTail {
     std::uint64_t offset = 0;
     bool seeded = false;
     std::int64_t nextID = 0;
-    std::vector<VornEvent> buffer;
+    // The buffer is `storage` from `firstKept` on; what lies before it has
+    // fallen out and waits to be let go in bulk, so memory stays within
+    // twice `keep` events.
+    std::vector<VornEvent> storage;
+    std::size_t firstKept = 0;
 };
 
 }  // namespace vorn
