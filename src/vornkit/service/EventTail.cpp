@@ -80,9 +80,9 @@ bool endsWithNewline(int descriptor, std::uint64_t end) {
 // What one pump has read and decoded so far.
 struct EventTail::Batch {
     // A read from byte 0 into an empty buffer, of a file whose last line is
-    // unfinished, starts with a line the writer may have been rewriting; it
-    // is dropped. A read from further in keeps its first line, which is
-    // nearly always a fragment and falls away when it fails to decode.
+    // unfinished, drops its first line. A read that began further in keeps
+    // its first line, which is nearly always a fragment and then falls away
+    // when it fails to decode. The difference is meant.
     bool dropsFirstLine = false;
     bool firstLineSeen = false;
     std::uint64_t taken = 0;  // bytes up to and including the last newline
@@ -128,7 +128,7 @@ void EventTail::reset() {
     clearBuffer();
 }
 
-std::uint64_t EventTail::firstOffset(std::uint64_t end) {
+std::uint64_t EventTail::firstOffset(std::uint64_t end) const {
     return seedBytes < end ? end - seedBytes : 0;
 }
 

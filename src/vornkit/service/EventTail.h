@@ -35,8 +35,8 @@ class EventTail {
     // nothing: a log that doesn't exist yet is an ordinary state.
     std::span<const VornEvent> pump();
 
-    // Oldest first, at most `keep` long.
-    // A view valid until the next pump or reset.
+    // The buffer, oldest first, at most `keep` long: a view valid until the
+    // next pump or reset.
     std::span<const VornEvent> events() const {
         return std::span<const VornEvent>(storage).subspan(firstKept);
     }
@@ -50,7 +50,7 @@ class EventTail {
   private:
     struct Batch;
 
-    std::uint64_t firstOffset(std::uint64_t end);
+    std::uint64_t firstOffset(std::uint64_t end) const;
     bool readBatch(int descriptor, std::uint64_t end, Batch& batch);
     void decodeLines(std::string_view lines, Batch& batch);
     void decodeLine(std::string_view line, Batch& batch);
