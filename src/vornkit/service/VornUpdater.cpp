@@ -12,6 +12,7 @@
 
 #include "service/Shell.h"
 #include "service/StagingFolder.h"
+#include "support/Overloaded.h"
 #include "support/SHA256Sums.h"
 
 namespace vorn {
@@ -19,11 +20,6 @@ namespace vorn {
 namespace {
 
 constexpr qint64 kHashChunk = 1024 * 1024;
-
-template <class... Cases>
-struct Overloaded : Cases... {
-    using Cases::operator()...;
-};
 
 Unexpected<VornUpdater::Failure> downloadFailure(std::string reason) {
     return Unexpected(VornUpdater::Failure{VornUpdater::Failure::Download{std::move(reason)}});
