@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include "common/Git.h"
 #include "common/PlistFile.h"
 #include "common/Script.h"
 #include "common/TempDir.h"
@@ -74,7 +75,35 @@ TEST(ProbeReport, ConfiguredMachineListsShipAndRoutes) {
                                "route        acme/web \u2014 enabled workspace=acme\n"
                                "               repo web            /src/web\n"
                                "               repo a-very-long-repo-nm /src/long\n"
-                               "route        beta \u2014 DISABLED workspace=beta\n");
+                               "route        beta \u2014 DISABLED workspace=beta\n"
+                               "\nworktrees (acme/web) 0\n"
+                               "\nworktrees (beta) 0\n");
+}
+
+TEST(ProbeReport, WorktreesHeadingCountsAllWhileTwelveAreListed) {
+    TempDir home;
+    const auto web = home / "src/web";
+    ASSERT_NO_FATAL_FAILURE(testing::makeRepository(web));
+    for (int ticket = 1; ticket <= 13; ++ticket) {
+        ASSERT_NO_FATAL_FAILURE(
+            testing::addWorktree(web, home / ("src/web-issue-" + std::to_string(ticket))));
+    }
+    home.write(".config/vorn/vorn.yaml",
+               "ship:\n  name: N\nroutes:\n  - route: acme/web\n"
+               "    repos:\n      web: " +
+                   web.string() + "\n  - route: empty\n");
+    const ProbeReport report = Probe::run(optionsFor(home));
+    ASSERT_EQ(report.status, 0);
+
+    std::string listed;
+    // By ticket, not by folder name: 10 to 12 follow 9, and 13 is left out.
+    for (int ticket = 1; ticket <= 12; ++ticket) {
+        listed += "  ISSUE-" + std::to_string(ticket) + " web " +
+                  (home / ("src/web-issue-" + std::to_string(ticket))).string() + "\n";
+    }
+    EXPECT_TRUE(
+        report.text.ends_with("\nworktrees (acme/web) 13\n" + listed + "\nworktrees (empty) 0\n"))
+        << report.text;
 }
 
 TEST(ProbeReport, LabelsPadToThirteenColumns) {

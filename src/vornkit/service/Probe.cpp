@@ -1,5 +1,8 @@
 #include "service/Probe.h"
 
+#include <algorithm>
+
+#include "service/WorktreeLocator.h"
 #include "service/BundledVorn.h"
 #include "service/VornCLI.h"
 #include "support/Text.h"
@@ -10,6 +13,8 @@ namespace {
 
 constexpr size_t kLabelWidth = 13;
 constexpr size_t kRepoNameWidth = 14;
+// A route can gather many worktrees; the heading still counts them all.
+constexpr size_t kWorktreeLinesPerRoute = 12;
 
 }  // namespace
 
@@ -54,6 +59,7 @@ ProbeReport Probe::run(const VornPaths::DiscoverOptions& options,
     }
     if (!config) return {1, ProbeReport::Destination::nothing, {}};
     appendConfiguration(report, *config);
+    appendWorktrees(report, *config);
     return {0, ProbeReport::Destination::standardOutput, report};
 }
 
@@ -113,6 +119,19 @@ void Probe::appendConfiguration(std::string& report, const VornConfig& config) {
         for (const VornRepo& repo : route.repos) {
             report += "               repo " + Text::paddedRight(repo.name, kRepoNameWidth) + " " +
                       repo.dir.string() + "\n";
+        }
+    }
+}
+
+void Probe::appendWorktrees(std::string& report, const VornConfig& config) {
+    for (const VornRoute& route : config.routes) {
+        const auto worktrees = WorktreeLocator::all(route);
+        report += "\nworktrees (" + route.name + ") " + std::to_string(worktrees.size()) + "\n";
+        const size_t shown = std::min(worktrees.size(), kWorktreeLinesPerRoute);
+        for (size_t index = 0; index < shown; ++index) {
+            const auto& [ticket, match] = worktrees[index];
+            report +=
+                "  ISSUE-" + std::to_string(ticket) + " " + match.repo + " " + match.path + "\n";
         }
     }
 }

@@ -33,6 +33,7 @@ class Probe {
     static void appendInstallation(std::string& report, const VornInstallation& installation,
                                    const Environment& environment);
     static void appendConfiguration(std::string& report, const VornConfig& config);
+    static void appendWorktrees(std::string& report, const VornConfig& config);
 };
 
 }  // namespace vorn

@@ -3,7 +3,6 @@
 #include <optional>
 #include <vector>
 
-#include "support/Text.h"
 #include "support/TextFile.h"
 #include "support/YAMLLexer.h"
 
@@ -129,10 +128,7 @@ class Parser {
         const SourceLine& line = lines[position];
         // A bare "-" prefix is enough here, unlike in a mapping.
         if (line.indent != indent || !line.text.starts_with('-')) return false;
-        // Two characters are dropped whatever they are: "-x" gives an empty
-        // item and "-abc" the item "bc". The item text isn't trimmed.
-        const std::string_view itemText =
-            line.text.size() >= 2 ? line.text.substr(2) : std::string_view();
+        const std::string_view itemText = YAMLLexer::sequenceItemBody(line.text);
         if (itemText.empty()) {
             ++position;
             if (position < lines.size() && lines[position].indent > indent) {
@@ -164,10 +160,10 @@ class Parser {
     }
 
     YAMLNode inlineValue(int indent, std::string_view rest, const SourceLine& line) {
-        const std::string compact = Text::withoutWhitespace(rest);
-        if (compact == "{}") return YAMLNode::map({});
-        if (compact == "[]") return YAMLNode::seq({});
-        if (rest.starts_with('{') || rest.starts_with('[')) {
+        if (const auto empty = YAMLLexer::emptyFlowKind(rest)) {
+            return *empty == YAMLLexer::EmptyFlow::map ? YAMLNode::map({}) : YAMLNode::seq({});
+        }
+        if (YAMLLexer::opensFlow(rest)) {
             fail(line, "flow collections are not supported: `" + std::string(rest) + "`");
         }
         return YAMLNode::scalar(YAMLLexer::unquote(folded(indent, rest)));
@@ -194,21 +190,27 @@ class Parser {
 SourceLines prepareLines(std::string_view text, std::vector<std::string>& storage) {
     const std::vector<std::string_view> pieces = YAMLLexer::splitAtNewlines(text);
     storage.reserve(pieces.size());
-    std::vector<int> numbers;
+    // Views are taken once `storage` has stopped moving its strings.
+    struct Place {
+        int number;
+        int indent;
+        size_t length;
+    };
+    std::vector<Place> places;
     for (size_t index = 0; index < pieces.size(); ++index) {
         std::string stripped = YAMLLexer::stripComment(pieces[index]);
-        const std::string_view content = Text::trimBlanks(stripped);
-        if (content.empty() || content == "---") continue;
+        const auto content = YAMLLexer::contentOf(stripped);
+        if (!content) continue;
+        places.push_back(Place{static_cast<int>(index + 1), content->indent, content->text.size()});
         storage.push_back(std::move(stripped));
-        numbers.push_back(static_cast<int>(index + 1));
     }
     SourceLines lines;
     lines.reserve(storage.size());
     for (size_t index = 0; index < storage.size(); ++index) {
-        const std::string_view stripped = storage[index];
-        const int indent = YAMLLexer::indentOf(stripped);
-        lines.push_back(
-            SourceLine{numbers[index], indent, Text::trimTrailingBlanks(stripped.substr(indent))});
+        const Place& place = places[index];
+        const std::string_view text = std::string_view(storage[index])
+                                          .substr(static_cast<size_t>(place.indent), place.length);
+        lines.push_back(SourceLine{place.number, place.indent, text});
     }
     return lines;
 }

@@ -2,6 +2,8 @@
 
 #include <simdjson.h>
 
+#include <charconv>
+
 namespace vorn {
 
 namespace {
@@ -65,6 +67,27 @@ std::string_view Text::trimWhitespace(std::string_view text) {
     return text.substr(first, end - first);
 }
 
+std::string_view Text::trimBlanksAndTabs(std::string_view text) {
+    const size_t first = text.find_first_not_of(" \t");
+    if (first == std::string_view::npos) return {};
+    const size_t last = text.find_last_not_of(" \t");
+    return text.substr(first, last - first + 1);
+}
+
+std::optional<std::int64_t> Text::decimalInteger(std::string_view text) {
+    // from_chars reads a leading "-" itself but refuses "+", so a plus sign is
+    // stepped over here, and must then be followed by a digit.
+    if (text.starts_with('+')) {
+        text.remove_prefix(1);
+        if (text.empty() || text.front() < '0' || text.front() > '9') return std::nullopt;
+    }
+    if (text.empty()) return std::nullopt;
+    std::int64_t value = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+    if (error != std::errc() || end != text.data() + text.size()) return std::nullopt;
+    return value;
+}
+
 std::string Text::replaceAll(std::string_view text, std::string_view from, std::string_view to) {
     if (from.empty()) return std::string(text);
     std::string result;
@@ -118,6 +141,49 @@ std::string Text::joined(const std::vector<std::string>& pieces, std::string_vie
         result.append(pieces[index]);
     }
     return result;
+}
+
+namespace {
+
+bool isDigit(char character) {
+    return character >= '0' && character <= '9';
+}
+
+// The digit run starting at `position`, without its leading zeros.
+std::string_view digitRun(std::string_view text, size_t& position) {
+    const size_t start = position;
+    while (position < text.size() && isDigit(text[position]))
+        ++position;
+    std::string_view run = text.substr(start, position - start);
+    while (run.size() > 1 && run.front() == '0')
+        run.remove_prefix(1);
+    return run;
+}
+
+}  // namespace
+
+int Text::compareNumerically(std::string_view left, std::string_view right) {
+    size_t leftPosition = 0;
+    size_t rightPosition = 0;
+    while (leftPosition < left.size() && rightPosition < right.size()) {
+        if (isDigit(left[leftPosition]) && isDigit(right[rightPosition])) {
+            const std::string_view leftRun = digitRun(left, leftPosition);
+            const std::string_view rightRun = digitRun(right, rightPosition);
+            if (leftRun.size() != rightRun.size()) return leftRun.size() < rightRun.size() ? -1 : 1;
+            if (const int order = leftRun.compare(rightRun); order != 0) return order < 0 ? -1 : 1;
+            continue;
+        }
+        const auto leftByte = static_cast<unsigned char>(left[leftPosition]);
+        const auto rightByte = static_cast<unsigned char>(right[rightPosition]);
+        if (leftByte != rightByte) return leftByte < rightByte ? -1 : 1;
+        ++leftPosition;
+        ++rightPosition;
+    }
+    const bool leftLeft = leftPosition < left.size();
+    const bool rightLeft = rightPosition < right.size();
+    if (leftLeft != rightLeft) return leftLeft ? 1 : -1;
+    const int plain = left.compare(right);
+    return plain < 0 ? -1 : (plain > 0 ? 1 : 0);
 }
 
 size_t Text::characterCount(std::string_view text) {

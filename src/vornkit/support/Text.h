@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -12,6 +14,7 @@ struct Text {
     static std::string_view trimBlanks(std::string_view text);
     static std::string_view trimTrailingBlanks(std::string_view text);
     static std::string_view trimWhitespace(std::string_view text);
+    static std::string_view trimBlanksAndTabs(std::string_view text);
     static bool isWhitespace(char character);
 
     static std::string replaceAll(std::string_view text, std::string_view from,
@@ -19,9 +22,18 @@ struct Text {
     static std::string lowercasedASCII(std::string_view text);
     static std::string withoutWhitespace(std::string_view text);
 
+    // The whole text as a decimal integer with an optional "+" or "-" in
+    // front, within 64-bit range; nothing for anything else.
+    static std::optional<std::int64_t> decimalInteger(std::string_view text);
+
     // Every separator counts: "a\n\nb" gives three pieces, "" gives one.
     static std::vector<std::string_view> split(std::string_view text, char separator);
     static std::string joined(const std::vector<std::string>& pieces, std::string_view separator);
+
+    // Compares runs of digits by their value and everything else byte by
+    // byte, so "22.1.0" sorts after "9.11.0" and "v10" after "v9". Texts
+    // that differ only in leading zeros order as plain text.
+    static int compareNumerically(std::string_view left, std::string_view right);
 
     // Count of Unicode scalar values, which is what a person sees as
     // characters in the names this system pads.

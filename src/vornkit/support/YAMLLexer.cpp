@@ -41,34 +41,59 @@ std::string YAMLLexer::unquote(std::string_view text) {
     return Text::replaceAll(result, "\\\\", "\\");
 }
 
+std::optional<YAMLLexer::Content> YAMLLexer::contentOf(std::string_view stripped) {
+    const std::string_view trimmed = Text::trimBlanksAndTabs(stripped);
+    if (trimmed.empty() || trimmed == "---") return std::nullopt;
+    const int indent = indentOf(stripped);
+    return Content{indent, Text::trimTrailingBlanks(stripped.substr(static_cast<size_t>(indent)))};
+}
+
+std::optional<size_t> YAMLLexer::findKeyColon(std::string_view body) {
+    if (body.empty()) return std::nullopt;
+    if (body.front() == '"' || body.front() == '\'') {
+        const size_t close = body.find(body.front(), 1);
+        if (close == std::string_view::npos || close + 1 >= body.size() || body[close + 1] != ':') {
+            return std::nullopt;
+        }
+        return close + 1;
+    }
+    for (size_t index = body.find(':'); index != std::string_view::npos;
+         index = body.find(':', index + 1)) {
+        if (index + 1 == body.size() || body[index + 1] == ' ') return index;
+    }
+    return std::nullopt;
+}
+
 Expected<YAMLLexer::KeyText, std::string> YAMLLexer::splitKeyText(std::string_view text) {
-    if (text.starts_with('{') || text.starts_with('[')) {
-        return Unexpected(std::string("flow collections are not supported"));
+    if (opensFlow(text)) return Unexpected(std::string("flow collections are not supported"));
+    const bool quoted = text.starts_with('"') || text.starts_with('\'');
+    if (quoted && text.find(text.front(), 1) == std::string_view::npos) {
+        return Unexpected(std::string("unterminated quoted key"));
     }
+    const auto colon = findKeyColon(text);
     std::string_view key;
-    size_t colon = std::string_view::npos;
-    if (text.starts_with('"') || text.starts_with('\'')) {
-        const size_t close = text.find(text.front(), 1);
-        if (close == std::string_view::npos) {
-            return Unexpected(std::string("unterminated quoted key"));
-        }
-        key = text.substr(1, close - 1);
-        if (close + 1 < text.size() && text[close + 1] == ':') colon = close + 1;
-    } else {
-        for (size_t index = text.find(':'); index != std::string_view::npos;
-             index = text.find(':', index + 1)) {
-            if (index + 1 == text.size() || text[index + 1] == ' ') {
-                colon = index;
-                break;
-            }
-        }
-        if (colon != std::string_view::npos) key = text.substr(0, colon);
+    if (quoted) {
+        key = text.substr(1, text.find(text.front(), 1) - 1);
+    } else if (colon) {
+        key = text.substr(0, *colon);
     }
-    key = Text::trimBlanks(key);
-    if (colon == std::string_view::npos || key.empty()) {
-        return Unexpected(std::string("no key separator"));
-    }
-    return KeyText{std::string(key), Text::trimBlanks(text.substr(colon + 1))};
+    key = Text::trimBlanksAndTabs(key);
+    if (!colon || key.empty()) return Unexpected(std::string("no key separator"));
+    return KeyText{std::string(key), Text::trimBlanksAndTabs(text.substr(*colon + 1))};
+}
+
+YAMLLexer::ValueAndComment YAMLLexer::splitValueAndComment(std::string_view rest) {
+    const auto start = commentStart(rest);
+    if (!start) return {Text::trimBlanksAndTabs(rest), {}};
+    return {Text::trimBlanksAndTabs(rest.substr(0, *start)),
+            "  " + std::string(rest.substr(*start))};
+}
+
+std::optional<YAMLLexer::EmptyFlow> YAMLLexer::emptyFlowKind(std::string_view text) {
+    const std::string compact = Text::withoutWhitespace(text);
+    if (compact == "{}") return EmptyFlow::map;
+    if (compact == "[]") return EmptyFlow::seq;
+    return std::nullopt;
 }
 
 std::vector<std::string_view> YAMLLexer::splitAtNewlines(std::string_view text) {

@@ -1,7 +1,5 @@
 #include "support/YAMLNode.h"
 
-#include <charconv>
-
 #include "support/Text.h"
 #include "support/YAMLPair.h"
 
@@ -111,18 +109,8 @@ std::optional<bool> YAMLNode::boolValue() const {
 
 std::optional<std::int64_t> YAMLNode::intValue() const {
     const auto* text = std::get_if<1>(&storage);
-    if (text == nullptr || text->empty()) return std::nullopt;
-    std::string_view digits = *text;
-    // from_chars reads a leading "-" itself but refuses "+", so a plus sign is
-    // stepped over here, and must then be followed by a digit.
-    if (digits.starts_with('+')) {
-        digits.remove_prefix(1);
-        if (digits.empty() || digits.front() < '0' || digits.front() > '9') return std::nullopt;
-    }
-    std::int64_t value = 0;
-    const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), value);
-    if (error != std::errc() || end != digits.data() + digits.size()) return std::nullopt;
-    return value;
+    if (text == nullptr) return std::nullopt;
+    return Text::decimalInteger(*text);
 }
 
 std::map<std::string, std::string> YAMLNode::stringMap() const {
