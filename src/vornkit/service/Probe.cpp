@@ -2,9 +2,9 @@
 
 #include <algorithm>
 
-#include "service/WorktreeLocator.h"
 #include "service/BundledVorn.h"
 #include "service/VornCLI.h"
+#include "service/WorktreeLocator.h"
 #include "support/Text.h"
 
 namespace vorn {

@@ -6,7 +6,6 @@
 #include <QNetworkAccessManager>
 #include <QNetworkReply>
 #include <QNetworkRequest>
-#include <QSaveFile>
 #include <memory>
 #include <system_error>
 
@@ -14,6 +13,7 @@
 #include "service/StagingFolder.h"
 #include "support/Overloaded.h"
 #include "support/SHA256Sums.h"
+#include "support/TextFile.h"
 
 namespace vorn {
 
@@ -74,14 +74,8 @@ Expected<void, VornUpdater::InstallError> unpack(const std::filesystem::path& ta
 Expected<void, VornUpdater::InstallError> writeVersion(const std::filesystem::path& staging,
                                                        const VornVersion& version) {
     const std::filesystem::path file = staging / "VERSION";
-    QSaveFile saved(QString::fromStdString(file.string()));
-    const std::string text = version.description();
-    if (!saved.open(QIODevice::WriteOnly) ||
-        saved.write(text.data(), static_cast<qint64>(text.size())) !=
-            static_cast<qint64>(text.size()) ||
-        !saved.commit()) {
-        return systemFailure("could not write " + file.string() + ": " +
-                             saved.errorString().toStdString());
+    if (auto written = TextFile::writeAtomically(file, version.description()); !written) {
+        return systemFailure("could not write " + file.string() + ": " + written.error());
     }
     return {};
 }
