@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "common/EnforcedPermissions.h"
+#include "common/FolderContents.h"
 #include "common/Script.h"
 #include "common/ShellResultPrinter.h"
 #include "common/TempDir.h"
@@ -21,6 +22,8 @@ namespace vorn {
 namespace {
 
 using testing::EnforcedPermissions;
+using testing::folderContents;
+using testing::namesStartingWith;
 using testing::TempDir;
 using testing::writeScript;
 
@@ -51,33 +54,12 @@ struct Machine {
         return Shell::run(installed() / "vorn", {}, std::nullopt, std::nullopt, 30).stdout;
     }
     std::vector<std::string> leftoverStaging() const {
-        std::vector<std::string> names;
-        std::error_code error;
-        for (const auto& entry :
-             std::filesystem::directory_iterator(installed().parent_path(), error)) {
-            const std::string name = entry.path().filename().string();
-            if (name.starts_with(StagingFolder::namePrefix)) names.push_back(name);
-        }
-        return names;
+        return namesStartingWith(installed().parent_path(), StagingFolder::namePrefix);
     }
 };
 
 std::string descriptionOf(const auto& expected) {
     return expected ? std::string("(no failure)") : expected.error().description();
-}
-
-// Every file under `folder` with its contents, links as their targets.
-std::map<std::string, std::string> contentsOf(const std::filesystem::path& folder) {
-    std::map<std::string, std::string> contents;
-    for (const auto& entry : std::filesystem::recursive_directory_iterator(folder)) {
-        const std::string name = entry.path().lexically_relative(folder).string();
-        if (entry.is_symlink()) {
-            contents[name] = "-> " + std::filesystem::read_symlink(entry.path()).string();
-        } else if (entry.is_regular_file()) {
-            contents[name] = TextFile::readBytes(entry.path()).value_or("(unreadable)");
-        }
-    }
-    return contents;
 }
 
 TEST(BundledVornNeedsInstall, NewerOrEqualInstallsAreLeftAlone) {
@@ -111,7 +93,7 @@ TEST(BundledVornInstall, FirstInstallCopiesThePayloadWhole) {
     const auto outcome = machine.bundled().installIfNeeded();
     ASSERT_TRUE(outcome) << descriptionOf(outcome);
     EXPECT_EQ(*outcome, BundledVorn::Outcome(BundledVorn::Installed{"1.3.0", std::nullopt}));
-    EXPECT_EQ(contentsOf(machine.installed()), contentsOf(machine.payload));
+    EXPECT_EQ(folderContents(machine.installed()), folderContents(machine.payload));
     EXPECT_EQ(machine.installedAnswer(), "1.3.0\n");
     EXPECT_EQ(std::filesystem::status(machine.installed() / "vorn").permissions(),
               static_cast<std::filesystem::perms>(0755));
@@ -133,7 +115,7 @@ TEST(BundledVornInstall, ANewerPayloadReplacesTheOldCopyWhole) {
     const auto outcome = machine.bundled().installIfNeeded();
     ASSERT_TRUE(outcome) << descriptionOf(outcome);
     EXPECT_EQ(*outcome, BundledVorn::Outcome(BundledVorn::Installed{"1.4.0", "1.3.0"}));
-    EXPECT_EQ(contentsOf(machine.installed()), contentsOf(machine.payload));
+    EXPECT_EQ(folderContents(machine.installed()), folderContents(machine.payload));
     EXPECT_EQ(machine.installedAnswer(), "1.4.0\n");
     EXPECT_TRUE(machine.leftoverStaging().empty());
 }
@@ -178,10 +160,10 @@ struct FailingUpgrade : Machine {
         if (!bundled().installIfNeeded()) throw std::runtime_error("first install failed");
         std::filesystem::remove_all(payload);
         carry("1.4.0");
-        before = contentsOf(installed());
+        before = folderContents(installed());
     }
     void expectOldInstallWorking() const {
-        EXPECT_EQ(contentsOf(installed()), before);
+        EXPECT_EQ(folderContents(installed()), before);
         EXPECT_EQ(installedAnswer(), "1.3.0\n");
         EXPECT_EQ(leftoverStaging(), std::vector<std::string>{});
     }

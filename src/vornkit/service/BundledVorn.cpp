@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "service/StagingFolder.h"
+#include "support/Overloaded.h"
 #include "support/Text.h"
 #include "support/TextFile.h"
 #include "support/VornVersion.h"
@@ -16,11 +17,6 @@
 namespace vorn {
 
 namespace {
-
-template <class... Cases>
-struct Overloaded : Cases... {
-    using Cases::operator()...;
-};
 
 bool isPresent(const std::filesystem::path& path) {
     std::error_code ignored;
