@@ -1,4 +1,5 @@
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <string>
 #include <vector>
@@ -62,6 +63,17 @@ TEST_F(LaunchAgentTest, APropertyListTheServiceManagerDoesntKnowIsInstalledButNo
     // The same where no service manager answers at all.
     const SystemdUserManager absent(tools / "nowhere/systemctl");
     EXPECT_EQ(agentWithPlist(300).status(absent), status);
+}
+
+TEST_F(LaunchAgentTest, ThisMachinesOwnManagerDoesntKnowALabelNoOneInstalled) {
+    // Whichever manager this machine has, and whether or not it answers.
+    const std::string label = "com.pelorinth.vorn-test." + std::to_string(::getpid());
+    const auto plist = home / ("Library/LaunchAgents/" + label + ".plist");
+    writeLaunchAgentPlist(plist, label, {"/usr/local/bin/vorn", "run"}, 300);
+    const TimerStatus status = LaunchAgent{label, plist}.status();
+    EXPECT_EQ(status, (TimerStatus{label, true, false, 300, std::nullopt}));
+    EXPECT_EQ(Probe::timerLine("run timer", status),
+              "run timer     " + label + " installed=true loaded=false every 300s\n");
 }
 
 TEST_F(LaunchAgentTest, StatusThroughLaunchdReadsThePropertyListsInterval) {

@@ -18,34 +18,20 @@ ServiceManager::Outcome LaunchctlManager::start(
     const std::string& label, const std::optional<std::filesystem::path>& plist) const {
     (void)label;  // bootstrap takes the job's label from its property list
     if (!plist) return Unexpected(LaunchAgentFailure::noPropertyList());
-    const ShellResult result = launchctl({"bootstrap", domain(), plist->string()}, changeTimeout);
-    if (result.ok()) return {};
     // A job that is already loaded is what the caller wanted. The second
-    // test is covered by the first and kept as launchd's own wording.
-    const std::string output = result.output();
-    if (output.find("already") != std::string::npos ||
-        output.find("service already loaded") != std::string::npos) {
-        return {};
-    }
-    return Unexpected(refusal(result));
+    // words are covered by the first and kept as launchd's own.
+    return outcome(launchctl({"bootstrap", domain(), plist->string()}, changeTimeout),
+                   {"already", "service already loaded"});
 }
 
 ServiceManager::Outcome LaunchctlManager::stop(const std::string& label) const {
-    const ShellResult result = launchctl({"bootout", target(label)}, changeTimeout);
-    if (result.ok()) return {};
     // launchd's words for a job it doesn't have loaded.
-    const std::string output = result.output();
-    if (output.find("No such process") != std::string::npos ||
-        output.find("not find") != std::string::npos) {
-        return {};
-    }
-    return Unexpected(refusal(result));
+    return outcome(launchctl({"bootout", target(label)}, changeTimeout),
+                   {"No such process", "not find"});
 }
 
 ServiceManager::Outcome LaunchctlManager::kickstart(const std::string& label) const {
-    const ShellResult result = launchctl({"kickstart", "-k", target(label)}, changeTimeout);
-    if (result.ok()) return {};
-    return Unexpected(refusal(result));
+    return outcome(launchctl({"kickstart", "-k", target(label)}, changeTimeout));
 }
 
 ServiceManager::UnitState LaunchctlManager::state(const std::string& label) const {

@@ -15,10 +15,15 @@ std::shared_ptr<const ServiceManager> ServiceManager::forThisMachine() {
     return std::make_shared<SystemdUserManager>();
 }
 
-LaunchAgentFailure ServiceManager::refusal(const ShellResult& result) {
+ServiceManager::Outcome ServiceManager::outcome(
+    const ShellResult& result, std::initializer_list<std::string_view> meaningDone) {
+    if (result.ok()) return {};
     std::string output = result.output();
+    for (std::string_view words : meaningDone) {
+        if (output.find(words) != std::string::npos) return {};
+    }
     if (output.empty()) output = "exit " + std::to_string(result.status);
-    return LaunchAgentFailure::failed(std::move(output));
+    return Unexpected(LaunchAgentFailure::failed(std::move(output)));
 }
 
 }  // namespace vorn

@@ -2,9 +2,11 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <initializer_list>
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 
 #include "model/LaunchAgentFailure.h"
 #include "service/ShellResult.h"
@@ -45,16 +47,19 @@ class ServiceManager {
     virtual Outcome kickstart(const std::string& label) const = 0;
     virtual UnitState state(const std::string& label) const = 0;
     // Whether the unit is defined to the manager other than by its
-    // property list. Asks the manager only where such a definition exists.
+    // property list. Only a manager that has such definitions is asked.
     virtual bool hasUnitFile(const std::string& label) const = 0;
 
     // launchd where its command exists, else the user's systemd.
     static std::shared_ptr<const ServiceManager> forThisMachine();
 
   protected:
-    // A refusal in the manager's own words: its trimmed output, or
-    // "exit {status}" when it printed nothing.
-    static LaunchAgentFailure refusal(const ShellResult& result);
+    // Success when the command succeeded, or when its output holds one of
+    // `meaningDone`, the manager's words for what was asked holding
+    // already. Otherwise a refusal in the manager's own words: its trimmed
+    // output, or "exit {status}" when it printed nothing.
+    static Outcome outcome(const ShellResult& result,
+                           std::initializer_list<std::string_view> meaningDone = {});
 };
 
 }  // namespace vorn

@@ -20,20 +20,17 @@ constexpr std::string_view kShownProperties =
 // killed by a signal, whose status is the signal's number.
 constexpr std::string_view kExitedCode = "1";
 
+// systemctl's words for a unit that isn't there to stop: no unit file to
+// disable, or no loaded unit.
+constexpr std::string_view kNoUnitFile = "does not exist";
+constexpr std::string_view kNotLoaded = "not loaded";
+
 std::string timerUnit(const std::string& label) {
     return label + ".timer";
 }
 
 std::string serviceUnit(const std::string& label) {
     return label + ".service";
-}
-
-// systemctl's words for a unit that isn't there to stop: no unit file to
-// disable, or no loaded unit.
-bool saysNotLoaded(const ShellResult& result) {
-    const std::string output = result.output();
-    return output.find("does not exist") != std::string::npos ||
-           output.find("not loaded") != std::string::npos;
 }
 
 // From "{ OnUnitActiveUSec=5min ; next_elapse=... }", one line of
@@ -82,27 +79,22 @@ std::filesystem::path SystemdUserManager::defaultTool() {
 
 ServiceManager::Outcome SystemdUserManager::start(
     const std::string& label, const std::optional<std::filesystem::path>&) const {
-    const ShellResult result = systemctl({"enable", "--now", timerUnit(label)}, changeTimeout);
-    if (result.ok()) return {};
-    return Unexpected(refusal(result));
+    return outcome(systemctl({"enable", "--now", timerUnit(label)}, changeTimeout));
 }
 
 ServiceManager::Outcome SystemdUserManager::stop(const std::string& label) const {
-    const ShellResult timer = systemctl({"disable", "--now", timerUnit(label)}, changeTimeout);
-    if (!timer.ok() && !saysNotLoaded(timer)) return Unexpected(refusal(timer));
+    const Outcome timer = outcome(systemctl({"disable", "--now", timerUnit(label)}, changeTimeout),
+                                  {kNoUnitFile, kNotLoaded});
+    if (!timer) return timer;
     // Stopping the timer leaves a job it already fired running.
-    const ShellResult job = systemctl({"stop", serviceUnit(label)}, changeTimeout);
-    if (!job.ok() && !saysNotLoaded(job)) return Unexpected(refusal(job));
-    return {};
+    return outcome(systemctl({"stop", serviceUnit(label)}, changeTimeout),
+                   {kNoUnitFile, kNotLoaded});
 }
 
 ServiceManager::Outcome SystemdUserManager::kickstart(const std::string& label) const {
     // A job runs for as long as a cycle takes; waiting for it would run
     // into the time limit.
-    const ShellResult result =
-        systemctl({"--no-block", "restart", serviceUnit(label)}, changeTimeout);
-    if (result.ok()) return {};
-    return Unexpected(refusal(result));
+    return outcome(systemctl({"--no-block", "restart", serviceUnit(label)}, changeTimeout));
 }
 
 ServiceManager::UnitState SystemdUserManager::state(const std::string& label) const {
