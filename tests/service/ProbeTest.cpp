@@ -183,5 +183,17 @@ TEST(ProbeReport, TheBuiltInBlockReadsThePayloadAndTheUnpackedCopy) {
     EXPECT_TRUE(Probe::run(optionsFor(home), resources.path()).text.starts_with(builtInLines()));
 }
 
+TEST(ProbeReport, TimerLinesPadTheirNameToFourteenColumnsAndShowWhatIsKnown) {
+    EXPECT_EQ(Probe::timerLine("run timer",
+                               {"com.pelorinth.vorn", false, false, std::nullopt, std::nullopt}),
+              "run timer     com.pelorinth.vorn installed=false loaded=false\n");
+    EXPECT_EQ(Probe::timerLine("release timer",
+                               {"com.pelorinth.vorn-release.0badcafe", true, true, 86400, 0}),
+              "release timer com.pelorinth.vorn-release.0badcafe installed=true loaded=true "
+              "every 86400s lastExit=0\n");
+    EXPECT_EQ(Probe::timerLine("run timer", {"x", true, false, std::nullopt, -9}),
+              "run timer     x installed=true loaded=false lastExit=-9\n");
+}
+
 }  // namespace
 }  // namespace vorn

@@ -11,6 +11,9 @@ struct HeldWorktree {
     std::string ticket;
     std::string reason;
 
+    // The last component of `path`; a trailing "/" doesn't make it empty.
+    std::string directoryName() const;
+
     bool operator==(const HeldWorktree&) const = default;
 };
 

@@ -6,6 +6,10 @@
 #include "model/HeldWorktree.h"
 #include "support/Timestamp.h"
 
+namespace simdjson::dom {
+class object;
+}
+
 namespace vorn {
 
 // An open item the scheduler wants this machine's person to look at.
@@ -16,8 +20,16 @@ struct ShipAttentionItem {
     std::optional<Timestamp> since;
     std::optional<HeldWorktree> held;  // for held worktrees
 
+    // Nothing without a `kind` text. `key` and `message` are texts, empty
+    // when absent; `since` is a date text; `held` is an object that needs a
+    // `path` and counts as absent without one.
+    static std::optional<ShipAttentionItem> decode(simdjson::dom::object members);
+
     // "{kind}|{key}".
     std::string id() const { return kind + "|" + key; }
+    // The kind in words: "Worktree held" for `worktree_held`; a kind this
+    // application doesn't know reads as its words capitalised.
+    std::string label() const;
 
     bool operator==(const ShipAttentionItem&) const = default;
 };

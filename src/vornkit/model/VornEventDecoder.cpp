@@ -141,28 +141,12 @@ bool readObject(simdjson::dom::object line, VornEvent& event) {
     return true;
 }
 
-// The line's top-level object, living as long as the parser's document.
-// `rewritten` holds the text parsed when the line itself was refused.
-std::optional<simdjson::dom::object> parsedObject(simdjson::dom::parser& parser,
-                                                  std::string_view line, std::string& rewritten) {
-    element root;
-    simdjson::error_code failure = parser.parse(line.data(), line.size()).get(root);
-    if (failure == simdjson::NUMBER_ERROR) {
-        // Well-formed but for a number no machine type holds; no field
-        // takes such a number, so it reads as absent and the line stands.
-        auto withNulls = JSONValue::withHugeNumbersAsNull(line);
-        if (!withNulls) return std::nullopt;
-        rewritten = std::move(*withNulls);
-        failure = parser.parse(rewritten.data(), rewritten.size()).get(root);
-    }
-    if (failure != simdjson::SUCCESS) return std::nullopt;
-    return JSONValue::object(root);
-}
-
 bool decodeWith(simdjson::dom::parser& parser, std::string_view line, std::int64_t id,
                 VornEvent& event) {
+    // Well-formed but for a number no machine type holds: no field takes
+    // such a number, so it reads as absent and the line stands.
     std::string rewritten;
-    const auto object = parsedObject(parser, line, rewritten);
+    const auto object = JSONValue::parseObject(parser, line, rewritten);
     if (!object) return false;
     event.id = id;
     return readObject(*object, event);

@@ -12,6 +12,7 @@ namespace vorn {
 namespace {
 
 constexpr size_t kLabelWidth = 13;
+constexpr size_t kTimerNameWidth = 14;
 constexpr size_t kRepoNameWidth = 14;
 // A route can gather many worktrees; the heading still counts them all.
 constexpr size_t kWorktreeLinesPerRoute = 12;
@@ -21,6 +22,20 @@ constexpr size_t kWorktreeLinesPerRoute = 12;
 std::string Probe::line(std::string_view label, std::string_view value) {
     std::string text = Text::paddedRight(label, kLabelWidth);
     text.append(value);
+    text.push_back('\n');
+    return text;
+}
+
+std::string Probe::timerLine(std::string_view name, const TimerStatus& timer) {
+    const auto flag = [](bool value) { return value ? "true" : "false"; };
+    std::string text = Text::paddedRight(name, kTimerNameWidth);
+    text += timer.label;
+    text += " installed=";
+    text += flag(timer.installed);
+    text += " loaded=";
+    text += flag(timer.loaded);
+    if (timer.intervalSeconds) text += " every " + std::to_string(*timer.intervalSeconds) + "s";
+    if (timer.lastExitCode) text += " lastExit=" + std::to_string(*timer.lastExitCode);
     text.push_back('\n');
     return text;
 }

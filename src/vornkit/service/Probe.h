@@ -5,6 +5,7 @@
 #include <string>
 #include <string_view>
 
+#include "model/TimerStatus.h"
 #include "model/VornConfig.h"
 #include "model/VornInstallation.h"
 #include "service/ProbeReport.h"
@@ -25,6 +26,10 @@ class Probe {
 
     // A report line: the label left-justified to 13 columns, then the value.
     static std::string line(std::string_view label, std::string_view value);
+    // A timer's line, "run timer" or "release timer" as `name`, padded to 14
+    // columns: "{label} installed={b} loaded={b}", then " every {n}s" and
+    // " lastExit={n}" for what is known.
+    static std::string timerLine(std::string_view name, const TimerStatus& timer);
 
   private:
     static void appendBuiltIn(std::string& report,

@@ -4,6 +4,7 @@
 #include <charconv>
 #include <cmath>
 #include <limits>
+#include <utility>
 
 namespace vorn {
 
@@ -69,6 +70,21 @@ bool isHugeNumber(std::string_view token) {
 
 }  // namespace
 
+std::optional<simdjson::dom::object> JSONValue::parseObject(simdjson::dom::parser& parser,
+                                                            std::string_view json,
+                                                            std::string& rewritten) {
+    simdjson::dom::element root;
+    simdjson::error_code failure = parser.parse(json.data(), json.size()).get(root);
+    if (failure == simdjson::NUMBER_ERROR) {
+        auto withNulls = withHugeNumbersAsNull(json);
+        if (!withNulls) return std::nullopt;
+        rewritten = std::move(*withNulls);
+        failure = parser.parse(rewritten.data(), rewritten.size()).get(root);
+    }
+    if (failure != simdjson::SUCCESS) return std::nullopt;
+    return object(root);
+}
+
 std::optional<std::string_view> JSONValue::string(simdjson::dom::element value) {
     std::string_view text;
     if (value.get_string().get(text) != simdjson::SUCCESS) return std::nullopt;
@@ -95,18 +111,39 @@ std::optional<std::int64_t> JSONValue::exactInteger(simdjson::dom::element value
     }
 }
 
+std::optional<bool> JSONValue::boolean(simdjson::dom::element value) {
+    bool flag = false;
+    if (value.get_bool().get(flag) != simdjson::SUCCESS) return std::nullopt;
+    return flag;
+}
+
 std::optional<simdjson::dom::object> JSONValue::object(simdjson::dom::element value) {
     simdjson::dom::object members;
     if (value.get_object().get(members) != simdjson::SUCCESS) return std::nullopt;
     return members;
 }
 
-std::optional<std::vector<std::string_view>> JSONValue::strings(simdjson::dom::element value) {
+std::optional<simdjson::dom::array> JSONValue::array(simdjson::dom::element value) {
     simdjson::dom::array entries;
     if (value.get_array().get(entries) != simdjson::SUCCESS) return std::nullopt;
+    return entries;
+}
+
+std::optional<simdjson::dom::element> JSONValue::member(simdjson::dom::object members,
+                                                        std::string_view key) {
+    std::optional<simdjson::dom::element> found;
+    for (const auto entry : members) {
+        if (entry.key == key) found = entry.value;
+    }
+    return found;
+}
+
+std::optional<std::vector<std::string_view>> JSONValue::strings(simdjson::dom::element value) {
+    const auto entries = array(value);
+    if (!entries) return std::nullopt;
     std::vector<std::string_view> texts;
-    texts.reserve(entries.size());
-    for (simdjson::dom::element entry : entries) {
+    texts.reserve(entries->size());
+    for (simdjson::dom::element entry : *entries) {
         const auto text = string(entry);
         if (!text) return std::nullopt;
         texts.push_back(*text);
