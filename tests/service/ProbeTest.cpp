@@ -2,7 +2,9 @@
 
 #include "common/Git.h"
 #include "common/PlistFile.h"
+#include "common/Script.h"
 #include "common/TempDir.h"
+#include "service/BundledVorn.h"
 #include "service/Probe.h"
 
 namespace vorn {
@@ -11,6 +13,7 @@ namespace {
 using testing::makeExecutable;
 using testing::TempDir;
 using testing::writeLaunchAgentPlist;
+using testing::writeScript;
 
 VornPaths::DiscoverOptions optionsFor(const TempDir& home) {
     return {std::nullopt, std::nullopt, home.path(), {{"PATH", "/usr/bin"}}};
@@ -122,6 +125,7 @@ TEST(ProbeReport, InstallationBlockShowsTheTimersExecutableInterpreterAndAgents)
     const std::string text = Probe::run(optionsFor(home)).text;
     EXPECT_NE(text.find("executable   " + vorn.string() +
                         " (from the installed timer)\n"
+                        "vorn         installed but reports no version\n"
                         "interpreter  " +
                         node.string() +
                         "\n"
@@ -132,6 +136,51 @@ TEST(ProbeReport, InstallationBlockShowsTheTimersExecutableInterpreterAndAgents)
                         release.string() + "\n"),
               std::string::npos)
         << text;
+}
+
+TEST(ProbeReport, TheVornLineAsksTheExecutable) {
+    TempDir home;
+    const auto vorn = writeScript(home / "opt/vorn/bin/vorn",
+                                  "#!/bin/sh\n[ \"$1\" = --version ] && echo 1.4.2\n");
+    VornPaths::DiscoverOptions options = optionsFor(home);
+    options.vornCommandOverride = vorn;
+    const std::string text = Probe::run(options).text;
+    EXPECT_NE(text.find("executable   " + vorn.string() +
+                        " (set by you)\n"
+                        "vorn         1.4.2 (vorn --version)\n"
+                        "interpreter  "),
+              std::string::npos)
+        << text;
+
+    writeScript(vorn, "#!/bin/sh\necho 'no such flag' >&2\nexit 64\n");
+    EXPECT_NE(Probe::run(options).text.find(
+                  "vorn         installed but does not run (exit 64: no such flag)\n"),
+              std::string::npos);
+}
+
+TEST(ProbeReport, TheBuiltInBlockReadsThePayloadAndTheUnpackedCopy) {
+    TempDir home;
+    TempDir resources;
+    const std::string architecture(BundledVorn::buildArchitecture);
+    writeScript(resources / (architecture + "/vorn"), "#!/bin/sh\n");
+    resources.write(architecture + "/VERSION", "1.3.0\n");
+    const auto installed = BundledVorn::defaultInstallDirectory(home.path());
+    home.write("Library/Application Support/Vorn/vorn/VERSION", " 1.2.0 ");
+    EXPECT_TRUE(Probe::run(optionsFor(home), resources.path())
+                    .text.starts_with("built-in     v1.3.0 (" + architecture +
+                                      ")\n"
+                                      "  installed  v1.2.0 at " +
+                                      installed.string() +
+                                      "\n"
+                                      "  last install not recorded yet\n"));
+
+    // A payload without a version, or a version without a payload, is none.
+    resources.write(architecture + "/VERSION", "\n");
+    std::filesystem::remove(installed / "VERSION");
+    EXPECT_TRUE(Probe::run(optionsFor(home), resources.path()).text.starts_with(builtInLines()));
+    resources.write(architecture + "/VERSION", "1.3.0");
+    std::filesystem::remove(resources / (architecture + "/vorn"));
+    EXPECT_TRUE(Probe::run(optionsFor(home), resources.path()).text.starts_with(builtInLines()));
 }
 
 TEST(ProbeReport, TimerLinesPadTheirNameToFourteenColumnsAndShowWhatIsKnown) {

@@ -16,8 +16,8 @@ std::optional<std::filesystem::path> pathFromShell(const char* command) {
 }  // namespace
 
 CommandLookups CommandLookups::none() {
-    const Lookup nothing = [] { return std::optional<std::filesystem::path>(); };
-    return {nothing, nothing};
+    return {[] { return std::optional<std::filesystem::path>(); },
+            [] { return std::optional<std::filesystem::path>(); }};
 }
 
 CommandLookups CommandLookups::blocking() {

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "service/BundledVorn.h"
+#include "service/VornCLI.h"
 #include "service/WorktreeLocator.h"
 #include "support/Text.h"
 
@@ -39,12 +41,13 @@ std::string Probe::timerLine(std::string_view name, const TimerStatus& timer) {
 }
 
 ProbeReport Probe::run() {
-    return run(VornPaths::currentProcess());
+    return run(VornPaths::currentProcess(), BundledVorn::applicationResources());
 }
 
-ProbeReport Probe::run(const VornPaths::DiscoverOptions& options) {
+ProbeReport Probe::run(const VornPaths::DiscoverOptions& options,
+                       const std::optional<std::filesystem::path>& resources) {
     std::string report;
-    appendBuiltIn(report);
+    appendBuiltIn(report, resources, options.home);
 
     const auto installation = VornPaths::discover(options);
     std::optional<VornConfig> config;
@@ -60,7 +63,7 @@ ProbeReport Probe::run(const VornPaths::DiscoverOptions& options) {
         }
     }
 
-    if (installation) appendInstallation(report, *installation);
+    if (installation) appendInstallation(report, *installation, options.environment);
     if (configError) {
         report += line("ERROR", *configError);
         return {1, ProbeReport::Destination::standardError, report};
@@ -75,14 +78,26 @@ ProbeReport Probe::run(const VornPaths::DiscoverOptions& options) {
     return {0, ProbeReport::Destination::standardOutput, report};
 }
 
-void Probe::appendBuiltIn(std::string& report) {
-    // No scheduler ships with this build yet, and none has been unpacked.
-    report += line("built-in", "none in this build");
-    report += line("  installed", "not installed");
+void Probe::appendBuiltIn(std::string& report,
+                          const std::optional<std::filesystem::path>& resources,
+                          const std::filesystem::path& home) {
+    const auto payload =
+        resources ? BundledVorn::bundledDirectory(*resources, BundledVorn::buildArchitecture)
+                  : std::nullopt;
+    const auto carried = payload ? BundledVorn::version(*payload) : std::nullopt;
+    report += line("built-in", carried ? "v" + *carried + " (" +
+                                             std::string(BundledVorn::buildArchitecture) + ")"
+                                       : std::string("none in this build"));
+    const auto installFolder = BundledVorn::defaultInstallDirectory(home);
+    const auto installed = BundledVorn::version(installFolder);
+    report += line("  installed", installed ? "v" + *installed + " at " + installFolder.string()
+                                            : std::string("not installed"));
+    // Nothing records the outcome of an install at start yet.
     report += "  last install not recorded yet\n";
 }
 
-void Probe::appendInstallation(std::string& report, const VornInstallation& installation) {
+void Probe::appendInstallation(std::string& report, const VornInstallation& installation,
+                               const Environment& environment) {
     const std::string configFile = installation.configFile.string();
     report +=
         line("config",
@@ -93,6 +108,9 @@ void Probe::appendInstallation(std::string& report, const VornInstallation& inst
         executable += " (" + std::string(rawValue(*installation.executableSource)) + ")";
     }
     report += line("executable", executable);
+    if (installation.executable) {
+        report += line("vorn", VornCLI(installation, environment).health().summary());
+    }
     report += line("interpreter", installation.interpreter
                                       ? installation.interpreter->string()
                                       : std::string("(none \u2014 will use the shebang)"));

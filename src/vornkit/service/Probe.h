@@ -1,5 +1,7 @@
 #pragma once
 
+#include <filesystem>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -17,7 +19,10 @@ class Probe {
   public:
     // Reads this machine as the running process sees it.
     static ProbeReport run();
-    static ProbeReport run(const VornPaths::DiscoverOptions& options);
+    // `resources` is where the application keeps its built-in scheduler's
+    // payloads, one folder per architecture; without it none is carried.
+    static ProbeReport run(const VornPaths::DiscoverOptions& options,
+                           const std::optional<std::filesystem::path>& resources = std::nullopt);
 
     // A report line: the label left-justified to 13 columns, then the value.
     static std::string line(std::string_view label, std::string_view value);
@@ -27,8 +32,11 @@ class Probe {
     static std::string timerLine(std::string_view name, const TimerStatus& timer);
 
   private:
-    static void appendBuiltIn(std::string& report);
-    static void appendInstallation(std::string& report, const VornInstallation& installation);
+    static void appendBuiltIn(std::string& report,
+                              const std::optional<std::filesystem::path>& resources,
+                              const std::filesystem::path& home);
+    static void appendInstallation(std::string& report, const VornInstallation& installation,
+                                   const Environment& environment);
     static void appendConfiguration(std::string& report, const VornConfig& config);
     static void appendWorktrees(std::string& report, const VornConfig& config);
 };
