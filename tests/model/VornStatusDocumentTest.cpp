@@ -102,6 +102,7 @@ TEST(VornStatusDocumentDecode, AFullAnswerMapsEveryKeyItReads) {
     ASSERT_TRUE(document.has_value());
     EXPECT_EQ(*document, expected);
     EXPECT_EQ(document->config.eventFile(), "/var/log/vorn/events.jsonl");
+    EXPECT_EQ(document->shipAttention.at(1).requiredVornVersion(), (VornVersion{2, 4, 0}));
 }
 
 TEST(VornStatusDocumentDecode, TheSmallestAnswerTakesEveryDefault) {
