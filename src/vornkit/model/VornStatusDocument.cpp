@@ -176,12 +176,13 @@ std::optional<VornStatusDocument> VornStatusDocument::decode(
     const auto document = JSONValue::parseObject(parser, json, rewritten);
     if (!document) return std::nullopt;
     const auto versionValue = JSONValue::member(*document, "version");
-    const auto version = versionValue ? JSONValue::exactInteger(*versionValue) : std::nullopt;
+    const std::int64_t version =
+        versionValue ? JSONValue::exactInteger(*versionValue).value_or(0) : 0;
     const auto shipMembers = objectMember(*document, "ship");
     if (version != 1 || !shipMembers) return std::nullopt;
 
     VornStatusDocument status;
-    status.version = *version;
+    status.version = version;
     status.config = readConfig(*document, fallbackConfigFile, *shipMembers);
     for (object entry : objectEntries(*document, "attention")) {
         if (auto item = ShipAttentionItem::decode(entry)) status.shipAttention.push_back(*item);
