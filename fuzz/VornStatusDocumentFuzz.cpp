@@ -33,6 +33,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     for (const auto& item : document->shipAttention) {
         if (item.id().size() != item.kind.size() + 1 + item.key.size()) std::abort();
         (void)item.label();
+        if (item.requiredVornVersion() && item.kind != "vorn_outdated") std::abort();
         if (item.held) (void)item.held->directoryName();
     }
     return 0;

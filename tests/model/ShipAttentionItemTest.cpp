@@ -81,6 +81,22 @@ TEST(ShipAttentionItemLabel, KnownKindsHaveTheirWordsAndOthersAreCapitalised) {
     }
 }
 
+TEST(ShipAttentionItemRequiredVornVersion, IsTheVersionAfterMinimumInAnOutdatedNotice) {
+    const auto required = [](std::string kind, std::string message) {
+        ShipAttentionItem item = withKind(std::move(kind));
+        item.message = std::move(message);
+        return item.requiredVornVersion();
+    };
+    EXPECT_EQ(required("vorn_outdated", "needs vorn minimum 2.4.0 to run"), (VornVersion{2, 4, 0}));
+    EXPECT_EQ(required("vorn_outdated", "minimum v3.1"), (VornVersion{3, 1, 0}));
+    EXPECT_EQ(required("vorn_outdated", "minimum 2.4.0\tor later"), (VornVersion{2, 4, 0}));
+    for (const std::string message : {"needs vorn 2.4.0", "minimum 2.4.0-beta", "minimum  2.4.0",
+                                      "minimum 2.4.0, please", "minimum"}) {
+        EXPECT_EQ(required("vorn_outdated", message), std::nullopt) << message;
+    }
+    EXPECT_EQ(required("stalled", "needs vorn minimum 2.4.0"), std::nullopt);
+}
+
 TEST(HeldWorktreeDirectoryName, IsThePathsLastComponent) {
     const std::vector<std::pair<std::string, std::string>> names{
         {"/home/ada/src/acme-web-issue-142", "acme-web-issue-142"},

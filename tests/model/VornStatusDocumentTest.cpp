@@ -102,18 +102,13 @@ TEST(VornStatusDocumentDecode, AFullAnswerMapsEveryKeyItReads) {
     ASSERT_TRUE(document.has_value());
     EXPECT_EQ(*document, expected);
     EXPECT_EQ(document->config.eventFile(), "/var/log/vorn/events.jsonl");
+    EXPECT_EQ(document->shipAttention.at(1).requiredVornVersion(), (VornVersion{2, 4, 0}));
 }
 
 TEST(VornStatusDocumentDecode, TheSmallestAnswerTakesEveryDefault) {
     const auto document = fromFixture("minimal.json");
     ASSERT_TRUE(document.has_value());
     EXPECT_EQ(*document, emptyDocument());
-    EXPECT_EQ(document->version, 1);
-    EXPECT_EQ(document->config.ship.name, "this ship");
-    EXPECT_EQ(document->config.ship.platform, "macos");
-    EXPECT_EQ(document->config.ship.stateDir, kFallback.parent_path() / "state");
-    EXPECT_FALSE(document->passenger.has_value());
-    EXPECT_FALSE(document->shipName.has_value());
 
     // A state folder beside the document's own configuration file.
     const auto relocated = decoded(R"({"version":1,"configFile":"/etc/vorn/vorn.yaml","ship":{}})");

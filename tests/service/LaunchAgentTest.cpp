@@ -138,17 +138,5 @@ TEST_F(LaunchAgentTest, StartUnderSystemdNeedsAPropertyListOrAUnitFile) {
     EXPECT_EQ(withPlist.calls().size(), 1u);
 }
 
-TEST_F(LaunchAgentTest, StopAndKickstartNameTheLabel) {
-    FakeTool launchctl(tools.path(), "launchctl");
-    launchctl.on("bootout", {"", "Boot-out failed: 3: No such process\n", 3});
-    const LaunchctlManager manager(launchctl.path(), 501);
-    const LaunchAgent agent{"com.pelorinth.vorn.0badcafe", std::nullopt};
-    EXPECT_TRUE(agent.stop(manager).has_value());
-    EXPECT_TRUE(agent.kickstart(manager).has_value());
-    EXPECT_EQ(launchctl.calls(), (std::vector<std::vector<std::string>>{
-                                     {"bootout", "gui/501/com.pelorinth.vorn.0badcafe"},
-                                     {"kickstart", "-k", "gui/501/com.pelorinth.vorn.0badcafe"}}));
-}
-
 }  // namespace
 }  // namespace vorn

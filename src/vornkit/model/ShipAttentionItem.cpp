@@ -84,6 +84,18 @@ std::optional<ShipAttentionItem> ShipAttentionItem::decode(simdjson::dom::object
     return item;
 }
 
+std::optional<VornVersion> ShipAttentionItem::requiredVornVersion() const {
+    constexpr std::string_view kMarker = "minimum ";
+    if (kind != "vorn_outdated") return std::nullopt;
+    const size_t marker = message.find(kMarker);
+    if (marker == std::string::npos) return std::nullopt;
+    const std::string_view rest = std::string_view(message).substr(marker + kMarker.size());
+    size_t end = 0;
+    while (end < rest.size() && !Text::isWhitespace(rest[end]))
+        ++end;
+    return VornVersion::parse(rest.substr(0, end));
+}
+
 std::string ShipAttentionItem::label() const {
     for (const auto& [knownKind, text] : kKnownLabels) {
         if (kind == knownKind) return std::string(text);

@@ -5,6 +5,7 @@
 
 #include "model/HeldWorktree.h"
 #include "support/Timestamp.h"
+#include "support/VornVersion.h"
 
 namespace simdjson::dom {
 class object;
@@ -30,6 +31,9 @@ struct ShipAttentionItem {
     // The kind in words: "Worktree held" for `worktree_held`; a kind this
     // application doesn't know reads as its words capitalised.
     std::string label() const;
+    // For an item of kind `vorn_outdated`: the version written after
+    // "minimum " in its message, up to the next whitespace.
+    std::optional<VornVersion> requiredVornVersion() const;
 
     bool operator==(const ShipAttentionItem&) const = default;
 };
