@@ -32,7 +32,7 @@ std::string installationLines(const std::string& configLine) {
 
 TEST(ProbeReport, UnconfiguredMachineEndsAtTheLaunchdLinesOnStandardOutput) {
     TempDir home;
-    const ProbeReport report = Probe::run(optionsFor(home));
+    const ProbeReport report = Probe::run(optionsFor(home), std::nullopt);
     EXPECT_EQ(report.status, 0);
     EXPECT_EQ(report.destination, ProbeReport::Destination::standardOutput);
     EXPECT_EQ(report.text, builtInLines() + installationLines(
@@ -43,7 +43,7 @@ TEST(ProbeReport, UnconfiguredMachineEndsAtTheLaunchdLinesOnStandardOutput) {
 TEST(ProbeReport, MalformedConfigurationGoesToStandardErrorUpToTheErrorLine) {
     TempDir home;
     const auto file = home.write(".config/vorn/vorn.yaml", "ship:\n  a: 1\n b: 2\n");
-    const ProbeReport report = Probe::run(optionsFor(home));
+    const ProbeReport report = Probe::run(optionsFor(home), std::nullopt);
     EXPECT_EQ(report.status, 1);
     EXPECT_EQ(report.destination, ProbeReport::Destination::standardError);
     EXPECT_EQ(report.text, builtInLines() +
@@ -59,7 +59,7 @@ TEST(ProbeReport, ConfiguredMachineListsShipAndRoutes) {
                                  "routes:\n  - route: acme/web\n    enabled: yes\n    repos:\n"
                                  "      web: /src/web\n      a-very-long-repo-nm: /src/long\n"
                                  "  - route: beta\n");
-    const ProbeReport report = Probe::run(optionsFor(home));
+    const ProbeReport report = Probe::run(optionsFor(home), std::nullopt);
     EXPECT_EQ(report.status, 0);
     EXPECT_EQ(report.destination, ProbeReport::Destination::standardOutput);
     EXPECT_EQ(report.text, builtInLines() +
@@ -89,7 +89,7 @@ TEST(ProbeReport, WorktreesHeadingCountsAllWhileTwelveAreListed) {
                "ship:\n  name: N\nroutes:\n  - route: acme/web\n"
                "    repos:\n      web: " +
                    web.string() + "\n  - route: empty\n");
-    const ProbeReport report = Probe::run(optionsFor(home));
+    const ProbeReport report = Probe::run(optionsFor(home), std::nullopt);
     ASSERT_EQ(report.status, 0);
 
     std::string listed;
@@ -100,6 +100,16 @@ TEST(ProbeReport, WorktreesHeadingCountsAllWhileTwelveAreListed) {
     }
     EXPECT_TRUE(
         report.text.ends_with("\nworktrees (acme/web) 13\n" + listed + "\nworktrees (empty) 0\n"))
+        << report.text;
+}
+
+TEST(ProbeReport, TheLastInstallLineCarriesTheStoredSummary) {
+    TempDir home;
+    const ProbeReport report = Probe::run(optionsFor(home), "installed 1.3.2 (replaced nothing)");
+    EXPECT_TRUE(
+        report.text.starts_with("built-in     none in this build\n"
+                                "  installed  not installed\n"
+                                "  last install installed 1.3.2 (replaced nothing)\n"))
         << report.text;
 }
 
@@ -119,7 +129,7 @@ TEST(ProbeReport, InstallationBlockShowsTheTimersExecutableInterpreterAndAgents)
                           {node.string(), vorn.string(), "run"});
     writeLaunchAgentPlist(release, "com.pelorinth.vorn-release.0badcafe", {vorn.string()}, 60,
                           true);
-    const std::string text = Probe::run(optionsFor(home)).text;
+    const std::string text = Probe::run(optionsFor(home), std::nullopt).text;
     EXPECT_NE(text.find("executable   " + vorn.string() +
                         " (from the installed timer)\n"
                         "interpreter  " +

@@ -12,10 +12,10 @@
 #include <string>
 #include <thread>
 
+#include "platform/Preferences.h"
 #include "support/ProcessEnvironment.h"
 
 class QLocale;
-class QSettings;
 
 namespace vorn {
 
@@ -40,7 +40,7 @@ class DiagnosticsLog {
     // `environment` or the preferences, read now and never again.
     static std::unique_ptr<DiagnosticsLog> forUser(const std::filesystem::path& home,
                                                    const Environment& environment,
-                                                   const QSettings& preferences);
+                                                   const Preferences& preferences);
     static std::filesystem::path pathIn(const std::filesystem::path& home);
     // On when VORN_DEBUG is exactly "1"; any other value leaves the choice
     // to the `debugLogging` preference.

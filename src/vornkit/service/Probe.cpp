@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "platform/Preferences.h"
 #include "service/WorktreeLocator.h"
 #include "support/Text.h"
 
@@ -24,12 +25,13 @@ std::string Probe::line(std::string_view label, std::string_view value) {
 }
 
 ProbeReport Probe::run() {
-    return run(VornPaths::currentProcess());
+    return run(VornPaths::currentProcess(), Preferences::storedBundledInstallSummary());
 }
 
-ProbeReport Probe::run(const VornPaths::DiscoverOptions& options) {
+ProbeReport Probe::run(const VornPaths::DiscoverOptions& options,
+                       const std::optional<std::string>& lastInstallSummary) {
     std::string report;
-    appendBuiltIn(report);
+    appendBuiltIn(report, lastInstallSummary);
 
     const auto installation = VornPaths::discover(options);
     std::optional<VornConfig> config;
@@ -60,11 +62,13 @@ ProbeReport Probe::run(const VornPaths::DiscoverOptions& options) {
     return {0, ProbeReport::Destination::standardOutput, report};
 }
 
-void Probe::appendBuiltIn(std::string& report) {
+void Probe::appendBuiltIn(std::string& report,
+                          const std::optional<std::string>& lastInstallSummary) {
     // No scheduler ships with this build yet, and none has been unpacked.
     report += line("built-in", "none in this build");
     report += line("  installed", "not installed");
-    report += "  last install not recorded yet\n";
+    // Not padded like the other labels: it is wider than they are.
+    report += "  last install " + lastInstallSummary.value_or("not recorded yet") + "\n";
 }
 
 void Probe::appendInstallation(std::string& report, const VornInstallation& installation) {
