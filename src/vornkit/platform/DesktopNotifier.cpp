@@ -28,6 +28,25 @@ QUrl openableLink(const std::optional<std::string>& url) {
     return link.isValid() ? link : QUrl();
 }
 
+QDBusMessage notifyCall(uint replaces, const std::string& title, const std::string& body,
+                        const QUrl& link) {
+    // Without a link there is nothing for a click to do, so no action. The
+    // link rides along as a hint of our own, for whoever looks at the
+    // notification; a click is answered from our own table, as the service
+    // tells only which notification and action it was.
+    QStringList actions;
+    QVariantMap hints;
+    if (!link.isEmpty()) {
+        actions = QStringList{kDefaultAction, QStringLiteral("Open")};
+        hints.insert(kLinkHint, link.toString());
+    }
+    QDBusMessage call =
+        QDBusMessage::createMethodCall(kService, kPath, kInterface, QStringLiteral("Notify"));
+    call << QStringLiteral("Vorn") << replaces << QString() << QString::fromStdString(title)
+         << QString::fromStdString(body) << actions << hints << kServerDefaultExpiry;
+    return call;
+}
+
 }  // namespace
 
 DesktopNotifier::DesktopNotifier(QDBusConnection bus, OpenURL openURL, QObject* parent)
@@ -51,22 +70,10 @@ void DesktopNotifier::post(const std::string& identifier, const std::string& tit
     const QUrl link = openableLink(url);
     const auto onScreen = shownByIdentifier.find(identifier);
     const uint replaces = onScreen == shownByIdentifier.end() ? 0 : onScreen->second;
-    // Without a link there is nothing for a click to do, so no action.
-    const QStringList actions =
-        link.isEmpty() ? QStringList() : QStringList{kDefaultAction, QStringLiteral("Open")};
-
-    QDBusMessage call =
-        QDBusMessage::createMethodCall(kService, kPath, kInterface, QStringLiteral("Notify"));
-    // The link rides along as a hint of our own, for whoever looks at the
-    // notification; a click is answered from our own table, as the service
-    // tells only which notification and action it was.
-    QVariantMap hints;
-    if (!link.isEmpty()) hints.insert(kLinkHint, link.toString());
-    call << QStringLiteral("Vorn") << replaces << QString() << QString::fromStdString(title)
-         << QString::fromStdString(body) << actions << hints << kServerDefaultExpiry;
 
     // Asynchronous: the main thread never waits on the service.
-    auto* watcher = new QDBusPendingCallWatcher(bus.asyncCall(call), this);
+    auto* watcher =
+        new QDBusPendingCallWatcher(bus.asyncCall(notifyCall(replaces, title, body, link)), this);
     connect(watcher, &QDBusPendingCallWatcher::finished, this,
             [this, identifier, title, body, link](QDBusPendingCallWatcher* finished) {
                 const QDBusPendingReply<uint> reply = *finished;

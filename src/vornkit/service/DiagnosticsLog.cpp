@@ -8,6 +8,8 @@
 #include <QLocale>
 #include <cerrno>
 
+#include "platform/Preferences.h"
+
 namespace vorn {
 
 namespace {

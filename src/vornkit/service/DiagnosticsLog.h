@@ -12,12 +12,13 @@
 #include <string>
 #include <thread>
 
-#include "platform/Preferences.h"
 #include "support/ProcessEnvironment.h"
 
 class QLocale;
 
 namespace vorn {
+
+class Preferences;
 
 // One switchable text log file. Each line is "{time} {message}", the time
 // being the local time of day with seconds, in the user's locale. Lines are
