@@ -9,6 +9,7 @@
 
 #include "common/MemoryPreferenceStore.h"
 #include "common/TempDir.h"
+#include "platform/Preferences.h"
 #include "service/Diagnostics.h"
 #include "service/DiagnosticsLog.h"
 #include "support/Text.h"
