@@ -62,6 +62,20 @@ TEST(EntryProcess, UnconfiguredProbeExitsZeroOnStandardOutput) {
     EXPECT_TRUE(run.out.ends_with("launchd release (no plist installed)\n")) << run.out;
 }
 
+TEST(EntryProcess, ProbeReadsTheLastInstallFromTheApplicationsSettings) {
+    TempDir home;
+    home.write(".config/Pelorinth/Vorn.conf",
+               "[General]\nbundledInstallSummary=up to date (1.3.2)\nconfigPath=/elsewhere\n");
+    const AppRun run = runApp({"--probe"}, home);
+    EXPECT_EQ(run.status, 0);
+    EXPECT_NE(run.out.find("\n  last install up to date (1.3.2)\n"), std::string::npos) << run.out;
+    // No other preference reaches the report.
+    EXPECT_NE(run.out.find("config       not yet, will be written at " +
+                           (home / ".config/vorn/vorn.yaml").string() + "\n"),
+              std::string::npos)
+        << run.out;
+}
+
 TEST(EntryProcess, MalformedProbeWritesOnlyStandardErrorAndExitsOne) {
     TempDir home;
     home.write(".config/vorn/vorn.yaml", "routes: [x]\n");

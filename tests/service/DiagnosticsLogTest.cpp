@@ -3,12 +3,13 @@
 
 #include <QDateTime>
 #include <QLocale>
-#include <QSettings>
 #include <atomic>
 #include <thread>
 #include <vector>
 
+#include "common/MemoryPreferenceStore.h"
 #include "common/TempDir.h"
+#include "platform/Preferences.h"
 #include "service/Diagnostics.h"
 #include "service/DiagnosticsLog.h"
 #include "support/Text.h"
@@ -45,20 +46,20 @@ TEST(DiagnosticsSwitch, VornDebugOfExactlyOneOrThePreferenceTurnsItOn) {
 
 TEST(DiagnosticsSwitch, ThePreferenceIsReadOnceWhenTheLogIsMade) {
     TempDir home;
-    QSettings preferences(QString::fromStdString((home / "preferences.ini").string()),
-                          QSettings::IniFormat);
+    testing::MemoryPreferenceStore store;
+    Preferences preferences(store);
     const auto made = [&](const Environment& environment) {
         return DiagnosticsLog::forUser(home.path(), environment, preferences);
     };
     EXPECT_FALSE(made({})->isEnabled());
 
-    preferences.setValue("debugLogging", true);
+    preferences.setDebugLogging(true);
     const auto running = made({{"VORN_DEBUG", "0"}});
     EXPECT_TRUE(running->isEnabled());
     EXPECT_EQ(running->path(), home / "Library/Logs/Vorn.log");
 
     // Switched off while the log lives: it stays on until it is made again.
-    preferences.setValue("debugLogging", false);
+    preferences.setDebugLogging(false);
     EXPECT_TRUE(running->isEnabled());
     EXPECT_FALSE(made({})->isEnabled());
     EXPECT_TRUE(made({{"VORN_DEBUG", "1"}})->isEnabled());

@@ -106,6 +106,17 @@ TEST(ProbeReport, WorktreesHeadingCountsAllWhileTwelveAreListed) {
         << report.text;
 }
 
+TEST(ProbeReport, TheLastInstallLineCarriesTheStoredSummary) {
+    TempDir home;
+    const ProbeReport report =
+        Probe::run(optionsFor(home), {.lastInstallSummary = "installed 1.3.2 (replaced nothing)"});
+    EXPECT_TRUE(
+        report.text.starts_with("built-in     none in this build\n"
+                                "  installed  not installed\n"
+                                "  last install installed 1.3.2 (replaced nothing)\n"))
+        << report.text;
+}
+
 TEST(ProbeReport, LabelsPadToThirteenColumns) {
     EXPECT_EQ(Probe::line("state", "x"), "state        x\n");
     EXPECT_EQ(Probe::line("", ""), "             \n");
@@ -166,7 +177,7 @@ TEST(ProbeReport, TheBuiltInBlockReadsThePayloadAndTheUnpackedCopy) {
     resources.write(architecture + "/VERSION", "1.3.0\n");
     const auto installed = BundledVorn::defaultInstallDirectory(home.path());
     home.write("Library/Application Support/Vorn/vorn/VERSION", " 1.2.0 ");
-    EXPECT_TRUE(Probe::run(optionsFor(home), resources.path())
+    EXPECT_TRUE(Probe::run(optionsFor(home), {.resources = resources.path()})
                     .text.starts_with("built-in     v1.3.0 (" + architecture +
                                       ")\n"
                                       "  installed  v1.2.0 at " +
@@ -177,10 +188,12 @@ TEST(ProbeReport, TheBuiltInBlockReadsThePayloadAndTheUnpackedCopy) {
     // A payload without a version, or a version without a payload, is none.
     resources.write(architecture + "/VERSION", "\n");
     std::filesystem::remove(installed / "VERSION");
-    EXPECT_TRUE(Probe::run(optionsFor(home), resources.path()).text.starts_with(builtInLines()));
+    EXPECT_TRUE(Probe::run(optionsFor(home), {.resources = resources.path()})
+                    .text.starts_with(builtInLines()));
     resources.write(architecture + "/VERSION", "1.3.0");
     std::filesystem::remove(resources / (architecture + "/vorn"));
-    EXPECT_TRUE(Probe::run(optionsFor(home), resources.path()).text.starts_with(builtInLines()));
+    EXPECT_TRUE(Probe::run(optionsFor(home), {.resources = resources.path()})
+                    .text.starts_with(builtInLines()));
 }
 
 TEST(ProbeReport, TimerLinesPadTheirNameToFourteenColumnsAndShowWhatIsKnown) {

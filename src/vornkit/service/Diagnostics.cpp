@@ -1,7 +1,6 @@
 #include "service/Diagnostics.h"
 
-#include <QSettings>
-
+#include "platform/Preferences.h"
 #include "support/HomeFolder.h"
 
 namespace vorn {
@@ -14,11 +13,8 @@ DiagnosticsLog& Diagnostics::current() {
 }
 
 DiagnosticsLog& Diagnostics::processLog() {
-    // The preferences live in the application's settings store, under the
-    // organisation and application names of the rest of the program.
-    static const std::unique_ptr<DiagnosticsLog> log =
-        DiagnosticsLog::forUser(HomeFolder::path(), ProcessEnvironment::current(),
-                                QSettings(QStringLiteral("Pelorinth"), QStringLiteral("Vorn")));
+    static const std::unique_ptr<DiagnosticsLog> log = DiagnosticsLog::forUser(
+        HomeFolder::path(), ProcessEnvironment::current(), Preferences::shared());
     return *log;
 }
 

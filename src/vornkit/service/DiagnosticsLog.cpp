@@ -6,8 +6,9 @@
 
 #include <QDateTime>
 #include <QLocale>
-#include <QSettings>
 #include <cerrno>
+
+#include "platform/Preferences.h"
 
 namespace vorn {
 
@@ -57,9 +58,9 @@ DiagnosticsLog::~DiagnosticsLog() = default;
 
 std::unique_ptr<DiagnosticsLog> DiagnosticsLog::forUser(const std::filesystem::path& home,
                                                         const Environment& environment,
-                                                        const QSettings& preferences) {
-    const bool debugLogging = preferences.value(QStringLiteral("debugLogging"), false).toBool();
-    return std::make_unique<DiagnosticsLog>(pathIn(home), enabledBy(environment, debugLogging));
+                                                        const Preferences& preferences) {
+    return std::make_unique<DiagnosticsLog>(pathIn(home),
+                                            enabledBy(environment, preferences.debugLogging()));
 }
 
 std::filesystem::path DiagnosticsLog::pathIn(const std::filesystem::path& home) {

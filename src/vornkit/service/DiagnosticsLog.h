@@ -15,9 +15,10 @@
 #include "support/ProcessEnvironment.h"
 
 class QLocale;
-class QSettings;
 
 namespace vorn {
+
+class Preferences;
 
 // One switchable text log file. Each line is "{time} {message}", the time
 // being the local time of day with seconds, in the user's locale. Lines are
@@ -40,7 +41,7 @@ class DiagnosticsLog {
     // `environment` or the preferences, read now and never again.
     static std::unique_ptr<DiagnosticsLog> forUser(const std::filesystem::path& home,
                                                    const Environment& environment,
-                                                   const QSettings& preferences);
+                                                   const Preferences& preferences);
     static std::filesystem::path pathIn(const std::filesystem::path& home);
     // On when VORN_DEBUG is exactly "1"; any other value leaves the choice
     // to the `debugLogging` preference.

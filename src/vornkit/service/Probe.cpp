@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "platform/Preferences.h"
 #include "service/BundledVorn.h"
 #include "service/VornCLI.h"
 #include "service/WorktreeLocator.h"
@@ -41,13 +42,14 @@ std::string Probe::timerLine(std::string_view name, const TimerStatus& timer) {
 }
 
 ProbeReport Probe::run() {
-    return run(VornPaths::currentProcess(), BundledVorn::applicationResources());
+    return run(VornPaths::currentProcess(),
+               {.resources = BundledVorn::applicationResources(),
+                .lastInstallSummary = Preferences::storedBundledInstallSummary()});
 }
 
-ProbeReport Probe::run(const VornPaths::DiscoverOptions& options,
-                       const std::optional<std::filesystem::path>& resources) {
+ProbeReport Probe::run(const VornPaths::DiscoverOptions& options, const Carried& carried) {
     std::string report;
-    appendBuiltIn(report, resources, options.home);
+    appendBuiltIn(report, carried, options.home);
 
     const auto installation = VornPaths::discover(options);
     std::optional<VornConfig> config;
@@ -78,22 +80,22 @@ ProbeReport Probe::run(const VornPaths::DiscoverOptions& options,
     return {0, ProbeReport::Destination::standardOutput, report};
 }
 
-void Probe::appendBuiltIn(std::string& report,
-                          const std::optional<std::filesystem::path>& resources,
+void Probe::appendBuiltIn(std::string& report, const Carried& carried,
                           const std::filesystem::path& home) {
-    const auto payload =
-        resources ? BundledVorn::bundledDirectory(*resources, BundledVorn::buildArchitecture)
-                  : std::nullopt;
-    const auto carried = payload ? BundledVorn::version(*payload) : std::nullopt;
-    report += line("built-in", carried ? "v" + *carried + " (" +
-                                             std::string(BundledVorn::buildArchitecture) + ")"
-                                       : std::string("none in this build"));
+    const auto payload = carried.resources ? BundledVorn::bundledDirectory(
+                                                 *carried.resources, BundledVorn::buildArchitecture)
+                                           : std::nullopt;
+    const auto carriedVersion = payload ? BundledVorn::version(*payload) : std::nullopt;
+    report +=
+        line("built-in", carriedVersion ? "v" + *carriedVersion + " (" +
+                                              std::string(BundledVorn::buildArchitecture) + ")"
+                                        : std::string("none in this build"));
     const auto installFolder = BundledVorn::defaultInstallDirectory(home);
     const auto installed = BundledVorn::version(installFolder);
     report += line("  installed", installed ? "v" + *installed + " at " + installFolder.string()
                                             : std::string("not installed"));
-    // Nothing records the outcome of an install at start yet.
-    report += "  last install not recorded yet\n";
+    // Not padded like the other labels: it is wider than they are.
+    report += "  last install " + carried.lastInstallSummary.value_or("not recorded yet") + "\n";
 }
 
 void Probe::appendInstallation(std::string& report, const VornInstallation& installation,

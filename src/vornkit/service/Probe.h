@@ -17,12 +17,17 @@ namespace vorn {
 // installation, as plain text, with no screen and no event loop.
 class Probe {
   public:
-    // Reads this machine as the running process sees it.
+    // Reads this machine as the running process sees it, and the summary of
+    // the last built-in install from the application's preferences.
     static ProbeReport run();
-    // `resources` is where the application keeps its built-in scheduler's
-    // payloads, one folder per architecture; without it none is carried.
-    static ProbeReport run(const VornPaths::DiscoverOptions& options,
-                           const std::optional<std::filesystem::path>& resources = std::nullopt);
+    // What the application carries beside the machine's own state: where it
+    // keeps its built-in scheduler's payloads (one folder per architecture;
+    // without it none is carried) and the stored summary of its last install.
+    struct Carried {
+        std::optional<std::filesystem::path> resources;
+        std::optional<std::string> lastInstallSummary;
+    };
+    static ProbeReport run(const VornPaths::DiscoverOptions& options, const Carried& carried = {});
 
     // A report line: the label left-justified to 13 columns, then the value.
     static std::string line(std::string_view label, std::string_view value);
@@ -32,8 +37,7 @@ class Probe {
     static std::string timerLine(std::string_view name, const TimerStatus& timer);
 
   private:
-    static void appendBuiltIn(std::string& report,
-                              const std::optional<std::filesystem::path>& resources,
+    static void appendBuiltIn(std::string& report, const Carried& carried,
                               const std::filesystem::path& home);
     static void appendInstallation(std::string& report, const VornInstallation& installation,
                                    const Environment& environment);
