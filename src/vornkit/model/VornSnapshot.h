@@ -45,7 +45,7 @@ struct VornSnapshot {
     std::vector<VornEvent> agentDetail;
     std::optional<PassengerStatus> passenger;
     std::vector<ShipAttentionItem> shipAttention;
-    ShipNameStatus shipName;
+    std::optional<ShipNameStatus> shipName;
 
     // The snapshot before anything was read; every field at its default.
     static VornSnapshot empty() { return {}; }
