@@ -11,6 +11,9 @@
 #include <string_view>
 #include <thread>
 
+#include <QApplication>
+
+#include "app/VornApp.h"
 #include "service/Probe.h"
 
 namespace vorn {
@@ -40,7 +43,7 @@ bool Entry::wantsProbe(const std::vector<std::string>& arguments) {
 int Entry::main(int argc, char** argv) {
     const std::vector<std::string> arguments(argv, argv + argc);
     if (wantsProbe(arguments)) std::exit(runBlocking(&Entry::runProbe));
-    return startApplication();
+    return startApplication(argc, argv);
 }
 
 int Entry::runBlocking(const std::function<int()>& job) {
@@ -77,11 +80,11 @@ int Entry::runProbe() {
     return report.status;
 }
 
-int Entry::startApplication() {
-    writeAll(STDERR_FILENO,
-             "vorn-app: the tray application is not built yet; "
-             "run `vorn-app --probe` for the text report.\n");
-    return 1;
+int Entry::startApplication(int argc, char** argv) {
+    const QApplication application(argc, argv);
+    VornApp app;
+    app.start();
+    return QApplication::exec();
 }
 
 }  // namespace vorn

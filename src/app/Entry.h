@@ -19,7 +19,7 @@ struct Entry {
 
   private:
     static int runProbe();
-    static int startApplication();
+    static int startApplication(int argc, char** argv);
 };
 
 }  // namespace vorn

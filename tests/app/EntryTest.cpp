@@ -3,6 +3,9 @@
 #include <QProcess>
 #include <QProcessEnvironment>
 #include <chrono>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
 #include <thread>
 
 #include "app/Entry.h"
@@ -88,12 +91,32 @@ TEST(EntryProcess, MalformedProbeWritesOnlyStandardErrorAndExitsOne) {
         << run.err;
 }
 
-TEST(EntryProcess, WithoutProbeTheProgramSaysWhatIsMissingAndFails) {
+TEST(EntryProcess, WithoutProbeTheApplicationRunsItsMonitorUntilStopped) {
     TempDir home;
-    const AppRun run = runApp({"--PROBE"}, home);
-    EXPECT_NE(run.status, 0);
-    EXPECT_TRUE(run.out.empty());
-    EXPECT_NE(run.err.find("not built yet"), std::string::npos) << run.err;
+    QProcess process;
+    QProcessEnvironment environment;
+    environment.insert("HOME", QString::fromStdString(home.path().string()));
+    environment.insert("PATH", "/usr/bin:/bin");
+    environment.insert("VORN_DEBUG", "1");
+    environment.insert("QT_QPA_PLATFORM", "offscreen");
+    process.setProcessEnvironment(environment);
+    process.start(VORN_APP_BINARY, QStringList{});
+    ASSERT_TRUE(process.waitForStarted(10000));
+
+    // The monitor's first pass over an empty machine reaches the log.
+    const std::filesystem::path log = home / "Library/Logs/Vorn.log";
+    std::string text;
+    for (int wait = 0; wait < 600 && text.find("snapshot loaded:") == std::string::npos; ++wait) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(100));
+        std::ifstream stream(log);
+        text.assign(std::istreambuf_iterator<char>(stream), {});
+    }
+    EXPECT_NE(text.find("--- Vorn launched (debug logging on) ---"), std::string::npos) << text;
+    EXPECT_NE(text.find("snapshot loaded: config=no unit=no cli=no"), std::string::npos) << text;
+    EXPECT_EQ(process.state(), QProcess::Running) << process.readAllStandardError().toStdString();
+
+    process.terminate();
+    EXPECT_TRUE(process.waitForFinished(30000));
 }
 
 }  // namespace

@@ -122,14 +122,16 @@ void VornUpdateModel::showRelease(std::optional<VornRelease> release,
     setMessage(std::nullopt);
 }
 
-QCoro::Task<> VornUpdateModel::update(std::filesystem::path folder) {
-    if (currentPhase != Phase::idle || !availableRelease) co_return;
+QCoro::Task<bool> VornUpdateModel::update(std::filesystem::path folder) {
+    if (currentPhase != Phase::idle || !availableRelease) co_return false;
     const VornRelease release = *availableRelease;
     setPhase(Phase::updating);
     const std::filesystem::path workFolder = newWorkFolder();
+    bool updated = false;
     {
         const RemovedOnExit workFolderGoes(workFolder);
         const auto installed = co_await download(release, workFolder, folder);
+        updated = installed.has_value();
         if (installed) {
             setAvailable(std::nullopt);
             setMessage("Updated to vorn " + release.version.description());
@@ -138,6 +140,7 @@ QCoro::Task<> VornUpdateModel::update(std::filesystem::path folder) {
         }
     }
     setPhase(Phase::idle);
+    co_return updated;
 }
 
 QCoro::Task<Expected<void, InstallError>> VornUpdateModel::download(

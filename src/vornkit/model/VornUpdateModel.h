@@ -49,8 +49,8 @@ class VornUpdateModel : public QObject {
     // nothing). Only from idle: a second call while one runs does nothing.
     QCoro::Task<> check(std::optional<std::string> installed);
     // Fetches and installs `available` into `folder`. Only from idle, and
-    // only with a release available.
-    QCoro::Task<> update(std::filesystem::path folder);
+    // only with a release available. Whether it was installed.
+    QCoro::Task<bool> update(std::filesystem::path folder);
 
   signals:
     void phaseChanged();
