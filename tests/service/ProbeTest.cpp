@@ -4,6 +4,7 @@
 #include "common/PlistFile.h"
 #include "common/Script.h"
 #include "common/TempDir.h"
+#include "platform/SystemdUserManager.h"
 #include "service/BundledVorn.h"
 #include "service/Probe.h"
 
@@ -15,8 +16,18 @@ using testing::TempDir;
 using testing::writeLaunchAgentPlist;
 using testing::writeScript;
 
-VornPaths::DiscoverOptions optionsFor(const TempDir& home) {
-    return {std::nullopt, std::nullopt, home.path(), {{"PATH", "/usr/bin"}}};
+// A service manager that has never heard of the scheduler's jobs, as on a
+// machine where the scheduler installed property lists only.
+std::shared_ptr<const ServiceManager> managerThatKnowsNoUnit(const TempDir& home) {
+    const auto systemctl = writeScript(home / "fake/systemctl", "#!/bin/sh\nexit 1\n");
+    return std::make_shared<SystemdUserManager>(systemctl);
+}
+
+VornReader::Options optionsFor(const TempDir& home) {
+    VornReader::Options options;
+    options.discovery = {std::nullopt, std::nullopt, home.path(), {{"PATH", "/usr/bin"}}};
+    options.serviceManager = managerThatKnowsNoUnit(home);
+    return options;
 }
 
 std::string builtInLines() {
@@ -67,7 +78,7 @@ TEST(ProbeReport, ConfiguredMachineListsShipAndRoutes) {
     EXPECT_EQ(report.destination, ProbeReport::Destination::standardOutput);
     EXPECT_EQ(report.text, builtInLines() +
                                installationLines("config       " + file.string() + "\n") +
-                               "structure    unknown\n"
+                               "structure    parsed vorn.yaml \u2014 bin/vorn was not found\n"
                                "ship         Nautilus (macos)\n"
                                "state        /var/s\n"
                                "events       /var/s/events.jsonl\n"
@@ -76,8 +87,22 @@ TEST(ProbeReport, ConfiguredMachineListsShipAndRoutes) {
                                "               repo web            /src/web\n"
                                "               repo a-very-long-repo-nm /src/long\n"
                                "route        beta \u2014 DISABLED workspace=beta\n"
+                               "\nvorn         active\n"
+                               "running      no cycle holding the lock\n"
+                               "run timer     com.pelorinth.vorn installed=false loaded=false\n"
+                               "release timer com.pelorinth.vorn-release installed=false "
+                               "loaded=false\n"
+                               "watermark    none\n"
+                               "health       stopped \u2014 Timer off\n"
+                               "\nseats\n"
+                               "  dev      idle\n"
+                               "  design   idle\n"
+                               "  qa       idle\n"
+                               "  triage   idle\n"
+                               "\nworkers      none\n"
                                "\nworktrees (acme/web) 0\n"
-                               "\nworktrees (beta) 0\n");
+                               "\nworktrees (beta) 0\n"
+                               "\nrecent events 0 buffered\n");
 }
 
 TEST(ProbeReport, WorktreesHeadingCountsAllWhileTwelveAreListed) {
@@ -101,8 +126,8 @@ TEST(ProbeReport, WorktreesHeadingCountsAllWhileTwelveAreListed) {
         listed += "  ISSUE-" + std::to_string(ticket) + " web " +
                   (home / ("src/web-issue-" + std::to_string(ticket))).string() + "\n";
     }
-    EXPECT_TRUE(
-        report.text.ends_with("\nworktrees (acme/web) 13\n" + listed + "\nworktrees (empty) 0\n"))
+    EXPECT_TRUE(report.text.ends_with("\nworktrees (acme/web) 13\n" + listed +
+                                      "\nworktrees (empty) 0\n" + "\nrecent events 0 buffered\n"))
         << report.text;
 }
 
@@ -153,8 +178,8 @@ TEST(ProbeReport, TheVornLineAsksTheExecutable) {
     TempDir home;
     const auto vorn = writeScript(home / "opt/vorn/bin/vorn",
                                   "#!/bin/sh\n[ \"$1\" = --version ] && echo 1.4.2\n");
-    VornPaths::DiscoverOptions options = optionsFor(home);
-    options.vornCommandOverride = vorn;
+    VornReader::Options options = optionsFor(home);
+    options.discovery.vornCommandOverride = vorn;
     const std::string text = Probe::run(options).text;
     EXPECT_NE(text.find("executable   " + vorn.string() +
                         " (set by you)\n"
