@@ -2,6 +2,7 @@
 
 #include <unistd.h>
 
+#include <QApplication>
 #include <cerrno>
 #include <chrono>
 #include <condition_variable>
@@ -10,8 +11,6 @@
 #include <optional>
 #include <string_view>
 #include <thread>
-
-#include <QApplication>
 
 #include "app/VornApp.h"
 #include "service/Probe.h"

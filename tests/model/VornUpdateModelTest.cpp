@@ -112,7 +112,7 @@ class VornUpdateModelTest : public ::testing::Test {
     void check(std::optional<std::string> installedVersion) {
         QCoro::waitFor(model.check(std::move(installedVersion)));
     }
-    void update() { QCoro::waitFor(model.update(installed)); }
+    bool update() { return QCoro::waitFor(model.update(installed)); }
     std::string installedAnswer() const {
         return Shell::run(installed / "vorn", {}, std::nullopt, std::nullopt, 30).stdout;
     }
@@ -136,7 +136,7 @@ TEST_F(VornUpdateModelTest, UpdatesTheBuiltInInstallFromTheFeed) {
     EXPECT_EQ(model.lastChecked(), kNow);
     EXPECT_EQ(server.lastHeaders().value("user-agent"), "Vorn-macOS");
 
-    update();
+    EXPECT_TRUE(update());
     EXPECT_EQ(model.message(), "Updated to vorn 1.4.0");
     EXPECT_EQ(model.available(), std::nullopt);
     EXPECT_EQ(model.phase(), VornUpdateModel::Phase::idle);
@@ -150,7 +150,7 @@ TEST_F(VornUpdateModelTest, UpdatesTheBuiltInInstallFromTheFeed) {
     EXPECT_EQ(namesStartingWith(folder / "tmp", "vorn-update-"), std::vector<std::string>{});
 
     // Nothing is left to update.
-    update();
+    EXPECT_FALSE(update());
     EXPECT_EQ(model.message(), "Updated to vorn 1.4.0");
     EXPECT_EQ(installedAnswer(), "1.4.0\n");
 }
@@ -216,7 +216,7 @@ TEST_F(VornUpdateModelTest, ATamperedTarballIsRefused) {
     QByteArray tampered = tarball;
     tampered[tampered.size() / 2] = static_cast<char>(tampered[tampered.size() / 2] ^ 1);
     server.serve(assetPath("1.4.0", tarballName("1.4.0")), {200, tampered});
-    update();
+    EXPECT_FALSE(update());
     EXPECT_EQ(model.message(), tarballName("1.4.0") +
                                    " does not match its published checksum; the download was "
                                    "refused and the old vorn was kept.");

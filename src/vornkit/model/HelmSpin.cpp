@@ -2,7 +2,8 @@
 
 #include <algorithm>
 #include <cmath>
-#include <format>
+#include <cstdio>
+#include <cstdlib>
 #include <numbers>
 
 #include "service/Diagnostics.h"
@@ -11,10 +12,13 @@ namespace vorn {
 
 namespace {
 
-// Degrees the way the log has always shown them: "39.0", "1.6".
+// "39.0", "1.6": at least one decimal, and no more than it takes.
 std::string decimal(double value) {
-    std::string text = std::format("{}", value);
-    if (text.find_first_of(".e") == std::string::npos) text += ".0";
+    char text[32];
+    for (int places = 1; places < 6; ++places) {
+        std::snprintf(text, sizeof text, "%.*f", places, value);
+        if (std::strtod(text, nullptr) == value) break;
+    }
     return text;
 }
 
@@ -50,8 +54,8 @@ double HelmSpin::angleAt(double progress, double amplitude) {
 void HelmSpin::spin() {
     const bool enabled = isEnabled() && !(motionReduced && motionReduced());
     Diagnostics::log([&] {
-        return std::format("spin() called \u2014 enabled={} amplitude={} duration={}", enabled,
-                           decimal(swing), decimal(seconds));
+        return std::string("spin() called \u2014 enabled=") + (enabled ? "true" : "false") +
+               " amplitude=" + decimal(swing) + " duration=" + decimal(seconds);
     });
     if (!enabled) return;
     ticks = 0;
@@ -79,8 +83,10 @@ void HelmSpin::nextFrame() {
 void HelmSpin::settle() {
     frames.stop();
     showAngle(0);
-    Diagnostics::log(
-        [&] { return std::format("  spin finished: {} ticks, {} redraws", ticks, redraws); });
+    Diagnostics::log([&] {
+        return "  spin finished: " + std::to_string(ticks) + " ticks, " + std::to_string(redraws) +
+               " redraws";
+    });
 }
 
 void HelmSpin::showAngle(double angle) {

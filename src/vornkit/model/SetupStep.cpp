@@ -6,18 +6,18 @@ namespace vorn {
 
 namespace {
 
-bool exists(const std::filesystem::path& path) {
+bool isOnDisk(const std::filesystem::path& path) {
     std::error_code ignored;
     return std::filesystem::exists(path, ignored);
 }
 
 bool configFileExists(const std::optional<VornInstallation>& installation) {
-    return installation && exists(installation->configFile);
+    return installation && isOnDisk(installation->configFile);
 }
 
 bool anyRouteResolved(const VornConfig& config) {
     for (const VornRoute& route : config.routes) {
-        if (exists(config.resolvedFile(route))) return true;
+        if (isOnDisk(config.resolvedFile(route))) return true;
     }
     return false;
 }
@@ -25,7 +25,7 @@ bool anyRouteResolved(const VornConfig& config) {
 bool anyRepositoryCheckedOut(const VornConfig& config) {
     for (const VornRoute& route : config.routes) {
         for (const VornRepo& repo : route.repos) {
-            if (exists(repo.dir)) return true;
+            if (isOnDisk(repo.dir)) return true;
         }
     }
     return false;

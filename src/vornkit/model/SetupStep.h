@@ -27,8 +27,8 @@ class SetupStep {
         start = 6,
     };
 
-    static constexpr std::array<Value, 7> allCases{
-        requirements, signIn, workspace, thisMachine, repositories, verify, start};
+    static constexpr std::array<Value, 7> allCases{requirements, signIn, workspace, thisMachine,
+                                                   repositories, verify, start};
 
     // What the disk says about this machine's setup.
     struct Facts {
@@ -45,7 +45,7 @@ class SetupStep {
         bool operator==(const Facts&) const = default;
     };
 
-    constexpr SetupStep(Value step) : value(step) {}  // NOLINT: a step is its case
+    constexpr SetupStep(Value step) : value(step) {}    // NOLINT: a step is its case
     constexpr operator Value() const { return value; }  // NOLINT: switch and compare as the case
 
     std::string_view title() const;

@@ -8,7 +8,6 @@
 #include <QUuid>
 #include <algorithm>
 #include <cstdio>
-#include <format>
 
 #include "model/AttentionAnnouncer.h"
 #include "model/Background.h"
@@ -63,13 +62,22 @@ struct BundledCheck {
 
 std::string outcomeLine(const BundledVorn::Outcome& outcome) {
     if (const auto* installed = std::get_if<BundledVorn::Installed>(&outcome)) {
-        return std::format("built-in vorn: installed {} (replaced {})", installed->version,
-                           installed->replaced.value_or("nothing"));
+        return "built-in vorn: installed " + installed->version + " (replaced " +
+               installed->replaced.value_or("nothing") + ")";
     }
     if (const auto* upToDate = std::get_if<BundledVorn::UpToDate>(&outcome)) {
-        return std::format("built-in vorn: up to date ({})", upToDate->version);
+        return "built-in vorn: up to date (" + upToDate->version + ")";
     }
     return "built-in vorn: not bundled";
+}
+
+// The machine's own service manager unless one is given, made once, so the
+// readers and the actions on the timers ask the same.
+VornMonitor::Options withServiceManager(VornMonitor::Options options) {
+    if (!options.reader.serviceManager) {
+        options.reader.serviceManager = ServiceManager::forThisMachine();
+    }
+    return options;
 }
 
 }  // namespace
@@ -90,7 +98,7 @@ VornMonitor::Options VornMonitor::forThisProcess() {
 VornMonitor::VornMonitor(Options options, Preferences& preferences, Notifier& notifier,
                          QObject* parent)
     : QObject(parent),
-      options(std::move(options)),
+      options(withServiceManager(std::move(options))),
       preferences(preferences),
       notifier(notifier),
       helm(new HelmSpin(preferences, this->options.motionReduced, HelmSpin::defaultAmplitude,
@@ -275,8 +283,10 @@ QCoro::Task<> VornMonitor::checkHealth(std::optional<VornInstallation> found) {
             const std::string version = result && result->version ? *result->version : "none";
             const std::string failure =
                 result && result->runFailure ? *result->runFailure : std::string("ok");
-            return std::format("vorn health check: {} ({}) in {:.1f} s", version, failure,
-                               static_cast<double>(timer.elapsed()) / 1000);
+            char seconds[32];
+            std::snprintf(seconds, sizeof seconds, "%.1f",
+                          static_cast<double>(timer.elapsed()) / 1000);
+            return "vorn health check: " + version + " (" + failure + ") in " + seconds + " s";
         });
     }
     versionStale = false;
@@ -430,8 +440,8 @@ QCoro::Task<> VornMonitor::installBundledVorn() {
     if (!self) co_return;
     if (check.quarantineRemoved > 0) {
         Diagnostics::log([&] {
-            return std::format("built-in vorn: removed quarantine from {} installed item(s)",
-                               check.quarantineRemoved);
+            return "built-in vorn: removed quarantine from " +
+                   std::to_string(check.quarantineRemoved) + " installed item(s)";
         });
     }
     if (check.outcome) {
@@ -468,8 +478,7 @@ QCoro::Task<> VornMonitor::setVornPaused(bool paused) {
 }
 
 QCoro::Task<> VornMonitor::resumeReleases() {
-    return perform(
-        withCLI([](const VornCLI& cli) { return cli.resumeReleases(std::nullopt); }));
+    return perform(withCLI([](const VornCLI& cli) { return cli.resumeReleases(std::nullopt); }));
 }
 
 QCoro::Task<> VornMonitor::setRolePaused(VornRole role, bool paused) {
@@ -479,20 +488,11 @@ QCoro::Task<> VornMonitor::setRolePaused(VornRole role, bool paused) {
 }
 
 QCoro::Task<> VornMonitor::setRunTimerRunning(bool running) {
-    return perform(withAgent(runLaunchAgent(), [running, manager = options.reader.serviceManager](
-                                                   const LaunchAgent& agent) {
-        if (!manager) return running ? agent.start() : agent.stop();
-        return running ? agent.start(*manager) : agent.stop(*manager);
-    }));
+    return perform(withAgent(runLaunchAgent(), running));
 }
 
 QCoro::Task<> VornMonitor::setReleaseTimerRunning(bool running) {
-    return perform(withAgent(releaseLaunchAgent(), [running,
-                                                    manager = options.reader.serviceManager](
-                                                       const LaunchAgent& agent) {
-        if (!manager) return running ? agent.start() : agent.stop();
-        return running ? agent.start(*manager) : agent.stop(*manager);
-    }));
+    return perform(withAgent(releaseLaunchAgent(), running));
 }
 
 QCoro::Task<> VornMonitor::runCycleNow() {
@@ -546,10 +546,10 @@ QCoro::Task<VornMonitor::ActionResult> VornMonitor::withCLI(CLICommand command) 
 }
 
 QCoro::Task<VornMonitor::ActionResult> VornMonitor::withAgent(std::optional<LaunchAgent> agent,
-                                                             AgentCommand command) {
+                                                              bool running) {
     if (!agent) co_return Unexpected(LaunchAgentFailure::noPropertyList().description());
-    auto work = [command, job = *agent]() -> ActionResult {
-        const LaunchAgent::Outcome outcome = command(job);
+    auto work = [running, job = *agent, manager = options.reader.serviceManager]() -> ActionResult {
+        const LaunchAgent::Outcome outcome = running ? job.start(*manager) : job.stop(*manager);
         if (!outcome) return Unexpected(outcome.error().description());
         return {};
     };
@@ -565,11 +565,11 @@ QCoro::Task<VornMonitor::ActionResult> VornMonitor::fireCycle() {
     const std::shared_ptr<const ServiceManager> manager = options.reader.serviceManager;
     if (agent) {
         auto kick = [job = *agent, manager]() -> std::optional<LaunchAgent::Outcome> {
-            const TimerStatus status = manager ? job.status(*manager) : job.status();
-            if (!status.loaded) return std::nullopt;
-            return manager ? job.kickstart(*manager) : job.kickstart();
+            if (!job.status(*manager).loaded) return std::nullopt;
+            return job.kickstart(*manager);
         };
-        const std::optional<LaunchAgent::Outcome> kicked = co_await Background::run(std::move(kick));
+        const std::optional<LaunchAgent::Outcome> kicked =
+            co_await Background::run(std::move(kick));
         if (kicked && *kicked) co_return ActionResult{};
         if (kicked) co_return Unexpected(kicked->error().description());
         if (!self) co_return ActionResult{};
@@ -580,8 +580,8 @@ QCoro::Task<VornMonitor::ActionResult> VornMonitor::fireCycle() {
 }
 
 std::optional<LaunchAgent> VornMonitor::runLaunchAgent() const {
-    return launchAgent(runAgentLabel, currentInstallation ? currentInstallation->runLaunchAgent
-                                                          : std::nullopt);
+    return launchAgent(runAgentLabel,
+                       currentInstallation ? currentInstallation->runLaunchAgent : std::nullopt);
 }
 
 std::optional<LaunchAgent> VornMonitor::releaseLaunchAgent() const {

@@ -54,7 +54,9 @@ class VornMonitor : public QObject {
     // Where the monitor meets the machine.
     struct Options {
         // Discovery, service manager and clock of every reader the monitor
-        // makes; the two overrides come from the preferences instead.
+        // makes; the two overrides come from the preferences instead. The
+        // timers' actions use the same service manager, the machine's own
+        // when none is given.
         VornReader::Options reader;
         // Holds the launch agents' property lists; empty when unknown.
         std::filesystem::path home;
@@ -162,7 +164,6 @@ class VornMonitor : public QObject {
         std::optional<VornInstallation> installation;
     };
     using CLICommand = std::function<Expected<std::string, VornCLI::Failure>(const VornCLI&)>;
-    using AgentCommand = std::function<LaunchAgent::Outcome(const LaunchAgent&)>;
 
     QCoro::Task<> beginTicking(int generation);
     QCoro::Task<> tick(int generation);
@@ -184,7 +185,8 @@ class VornMonitor : public QObject {
     QCoro::Task<> perform(QCoro::Task<ActionResult> operation);
     QCoro::Task<std::optional<VornCLI>> cli();
     QCoro::Task<ActionResult> withCLI(CLICommand command);
-    QCoro::Task<ActionResult> withAgent(std::optional<LaunchAgent> agent, AgentCommand command);
+    // Starts the timer, or stops it.
+    QCoro::Task<ActionResult> withAgent(std::optional<LaunchAgent> agent, bool running);
     QCoro::Task<ActionResult> fireCycle();
     std::optional<LaunchAgent> runLaunchAgent() const;
     std::optional<LaunchAgent> releaseLaunchAgent() const;
