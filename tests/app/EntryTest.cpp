@@ -112,7 +112,7 @@ TEST(EntryProcess, WithoutProbeTheApplicationRunsItsMonitorUntilStopped) {
         text.assign(std::istreambuf_iterator<char>(stream), {});
     }
     EXPECT_NE(text.find("--- Vorn launched (debug logging on) ---"), std::string::npos) << text;
-    EXPECT_NE(text.find("snapshot loaded: config=no unit=no cli=no"), std::string::npos) << text;
+    EXPECT_NE(text.find("snapshot loaded: config=no unit=no cli=yes"), std::string::npos) << text;
     EXPECT_EQ(process.state(), QProcess::Running) << process.readAllStandardError().toStdString();
 
     process.terminate();
