@@ -1,17 +1,15 @@
 #include <gtest/gtest.h>
-#include <signal.h>
-#include <spawn.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <QCoreApplication>
 #include <QDateTime>
 #include <QElapsedTimer>
+#include <QProcess>
 #include <QTimer>
 #include <atomic>
+#include <csignal>
 #include <fstream>
 #include <iterator>
-#include <sstream>
 
 #include "common/EventLoop.h"
 #include "common/FakeTool.h"
@@ -23,8 +21,6 @@
 #include "model/VornMonitor.h"
 #include "platform/LaunchctlManager.h"
 #include "service/Diagnostics.h"
-
-extern char** environ;
 
 namespace vorn {
 namespace {
@@ -50,37 +46,29 @@ std::string event(Timestamp at, std::string_view members) {
     return R"({"at":")" + isoDate(at) + R"(",)" + std::string(members) + "}\n";
 }
 
-// A process standing for the scheduler's running cycle.
-class Sleeper {
-  public:
-    Sleeper() {
-        char program[] = "/bin/sleep";
-        char seconds[] = "60";
-        char* arguments[] = {program, seconds, nullptr};
-        if (posix_spawn(&pid, program, nullptr, nullptr, arguments, environ) != 0) pid = -1;
-    }
-    ~Sleeper() {
-        if (pid <= 0) return;
-        ::kill(pid, SIGKILL);
-        reap();
-    }
-    Sleeper(const Sleeper&) = delete;
-    Sleeper& operator=(const Sleeper&) = delete;
-
-    // Waits for its end; the signal that ended it, or 0.
-    int reap() {
-        int status = 0;
-        const pid_t ended = waitpid(pid, &status, 0);
-        pid = -1;
-        return ended > 0 && WIFSIGNALED(status) ? WTERMSIG(status) : 0;
-    }
-
-    pid_t pid = -1;
-};
+// A scheduler whose answers a test sets through the files of `control`
+// beside its folder. It logs each call, sleeps for the seconds in `delay`,
+// prints `status.json` for its status, and fails `poll` while `poll-fails`
+// exists; a `poll` that succeeds makes `after-poll.json` the status.
+constexpr std::string_view kScheduler = R"sh(#!/bin/sh
+control="$(dirname "$0")/../control"
+echo "$*" >> "$control/calls"
+[ -e "$control/delay" ] && sleep "$(cat "$control/delay")"
+case "$1" in
+  --version) echo 1.4.2 ;;
+  status) cat "$control/status.json" ;;
+  poll)
+    if [ -e "$control/poll-fails" ]; then echo 'poll refused: offline' >&2; exit 1; fi
+    [ -e "$control/after-poll.json" ] && mv "$control/after-poll.json" "$control/status.json"
+    echo polled ;;
+  pause) echo 'pause refused: the lock is held' >&2; exit 1 ;;
+  *) echo ok ;;
+esac
+)sh";
 
 // A machine of the test's own: a home with vorn.yaml, the state folder it
 // names, a service manager that answers through a recording stand-in, and
-// optionally a scheduler script whose answers the test sets through files.
+// optionally the scheduler above.
 class MonitorBench {
   public:
     explicit MonitorBench(bool runTimerLoaded = false) {
@@ -112,31 +100,9 @@ class MonitorBench {
             log << line;
     }
 
-    // A scheduler the preferences point to. It logs each call, sleeps for
-    // the seconds in `control/delay`, prints `control/status.json` for its
-    // status, and fails `poll` while `control/poll-fails` exists.
+    // A scheduler the preferences point to; see `kScheduler`.
     void installScheduler() {
-        const std::string folder = control().string();
-        testing::writeScript(
-            root / "bin/vorn",
-            "#!/bin/sh\n"
-            "control='" +
-                folder +
-                "'\n"
-                "echo \"$*\" >> \"$control/calls\"\n"
-                "[ -e \"$control/delay\" ] && sleep \"$(cat \"$control/delay\")\"\n"
-                "case \"$1\" in\n"
-                "  --version) echo 1.4.2 ;;\n"
-                "  status) cat \"$control/status.json\" ;;\n"
-                "  poll)\n"
-                "    if [ -e \"$control/poll-fails\" ]; then echo 'poll refused: offline' >&2; "
-                "exit 1; fi\n"
-                "    [ -e \"$control/after-poll.json\" ] && mv \"$control/after-poll.json\" "
-                "\"$control/status.json\"\n"
-                "    echo polled ;;\n"
-                "  pause) echo 'pause refused: the lock is held' >&2; exit 1 ;;\n"
-                "  *) echo ok ;;\n"
-                "esac\n");
+        testing::writeScript(root / "bin/vorn", kScheduler);
         std::filesystem::create_directories(control());
         preferences.setVornCommandPath((root / "bin/vorn").string());
     }
@@ -218,9 +184,11 @@ class MonitorBench {
 TEST(VornMonitor, InterruptingTheCycleEndsItsRunAndTheReleaseIsAnnouncedOnce) {
     MonitorBench bench;
     bench.preferences.setNotifyOnRelease(true);
-    Sleeper run;
-    ASSERT_GT(run.pid, 0);
-    bench.root.write("state/.vorn-role-dev.lock", std::to_string(run.pid) + "\n");
+    // The scheduler's running cycle.
+    QProcess run;
+    run.start("/bin/sleep", {"60"});
+    ASSERT_TRUE(run.waitForStarted());
+    bench.root.write("state/.vorn-role-dev.lock", std::to_string(run.processId()) + "\n");
     bench.appendEvents({
         event(kLaunch - 30s, R"("cycle":"c1","route":"acme/web","step":"poll","message":"poll")"),
         event(
@@ -228,7 +196,7 @@ TEST(VornMonitor, InterruptingTheCycleEndsItsRunAndTheReleaseIsAnnouncedOnce) {
             R"("cycle":"c1","route":"acme/web","step":"worktree","role":"dev","ticket":"ENG-1","message":"worktree")"),
     });
     VornMonitor& monitor = bench.start();
-    ASSERT_TRUE(turnUntil([&] { return monitor.snapshot().runningPid == run.pid; }));
+    ASSERT_TRUE(turnUntil([&] { return monitor.snapshot().runningPid == run.processId(); }));
 
     bench.appendEvents({
         event(
@@ -241,7 +209,9 @@ TEST(VornMonitor, InterruptingTheCycleEndsItsRunAndTheReleaseIsAnnouncedOnce) {
     EXPECT_TRUE(bench.posted().empty());
 
     QCoro::waitFor(monitor.stopCurrentCycle());
-    EXPECT_EQ(run.reap(), SIGINT);
+    ASSERT_TRUE(turnUntil([&] { return run.state() == QProcess::NotRunning; }));
+    EXPECT_EQ(run.exitStatus(), QProcess::CrashExit);
+    EXPECT_EQ(run.exitCode(), SIGINT);
     ASSERT_TRUE(turnUntil([&] { return !bench.posted().empty(); }));
     turnFor(200ms);
     ASSERT_EQ(bench.posted().size(), 1u);
@@ -274,9 +244,7 @@ TEST(VornMonitor, ErrorsAndAttentionFromBeforeTheFirstLaunchFillRowsButAnnounceN
             kLaunch + 6s,
             R"("cycle":"c1","step":"sweep","ticket":"ENG-7","message":"sweep","data":{"attention":["review","answer"],"title":"Dark mode","url":"https://example.com/ENG-7"})"),
     });
-    ASSERT_TRUE(turnUntil([&] { return bench.posted().size() >= 2; }))
-        << bench.posted().size() << " posted, " << monitor.errorGroups().size() << " groups, "
-        << monitor.snapshot().recent.size() << " recent";
+    ASSERT_TRUE(turnUntil([&] { return bench.posted().size() >= 2; }));
     turnFor(100ms);
     ASSERT_EQ(bench.posted().size(), 2u);
     EXPECT_EQ(bench.posted()[0], (testing::RecordingNotifier::Posted{
