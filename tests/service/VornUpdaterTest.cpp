@@ -369,11 +369,15 @@ TEST_F(LiveFetch, AnAnswerCutOffHalfWayFails) {
 
 TEST_F(LiveFetch, AnUntrustedCertificateIsRefused) {
     server.serve("/releases", {200, "[]"});
-    const auto fetched = VornUpdater::liveFetch(QUrl(QString::fromStdString(server.url("/x"))),
-                                                {5, QSslConfiguration::defaultConfiguration()});
+    // The same address that answers a client trusting the certificate.
+    ASSERT_EQ(fetch(server.url("/releases")), QByteArray("[]"));
+    const auto fetched =
+        VornUpdater::liveFetch(QUrl(QString::fromStdString(server.url("/releases"))),
+                               {5, QSslConfiguration::defaultConfiguration()});
     // The fetch's own event loop serves on this thread too.
     ASSERT_FALSE(fetched);
     EXPECT_TRUE(fetched.error().description().starts_with("Could not download vorn: "));
+    EXPECT_EQ(server.requestCount(), 1) << "a request went over the untrusted connection";
 }
 
 }  // namespace
