@@ -186,7 +186,6 @@ TEST_F(Coalescer, AnOutageIsAnnouncedOnceWhenItOutlastsTheThreshold) {
         EXPECT_TRUE(ingest({event(seconds, "poll failed: fetch failed")}, seconds).empty())
             << seconds;
     }
-    EXPECT_TRUE(ingest({event(299, "poll failed: fetch failed")}, 299).empty());
     EXPECT_EQ(ingest({event(301, "poll failed: fetch failed")}, 301),
               std::vector{outage("poll failed since @0")});
     EXPECT_TRUE(ingest({event(302, "poll failed: fetch failed")}, 302).empty());
