@@ -1,9 +1,15 @@
 #include <gtest/gtest.h>
+#include <signal.h>
+#include <spawn.h>
+#include <sys/wait.h>
+
+#include <cstdlib>
 
 #include "common/Git.h"
 #include "common/PlistFile.h"
 #include "common/Script.h"
 #include "common/TempDir.h"
+#include "platform/SystemdUserManager.h"
 #include "service/BundledVorn.h"
 #include "service/Probe.h"
 
@@ -15,8 +21,18 @@ using testing::TempDir;
 using testing::writeLaunchAgentPlist;
 using testing::writeScript;
 
-VornPaths::DiscoverOptions optionsFor(const TempDir& home) {
-    return {std::nullopt, std::nullopt, home.path(), {{"PATH", "/usr/bin"}}};
+// A service manager that has never heard of the scheduler's jobs, as on a
+// machine where the scheduler installed property lists only.
+std::shared_ptr<const ServiceManager> managerThatKnowsNoUnit(const TempDir& home) {
+    const auto systemctl = writeScript(home / "fake/systemctl", "#!/bin/sh\nexit 1\n");
+    return std::make_shared<SystemdUserManager>(systemctl);
+}
+
+VornReader::Options optionsFor(const TempDir& home) {
+    VornReader::Options options;
+    options.discovery = {std::nullopt, std::nullopt, home.path(), {{"PATH", "/usr/bin"}}};
+    options.serviceManager = managerThatKnowsNoUnit(home);
+    return options;
 }
 
 std::string builtInLines() {
@@ -67,7 +83,7 @@ TEST(ProbeReport, ConfiguredMachineListsShipAndRoutes) {
     EXPECT_EQ(report.destination, ProbeReport::Destination::standardOutput);
     EXPECT_EQ(report.text, builtInLines() +
                                installationLines("config       " + file.string() + "\n") +
-                               "structure    unknown\n"
+                               "structure    parsed vorn.yaml \u2014 bin/vorn was not found\n"
                                "ship         Nautilus (macos)\n"
                                "state        /var/s\n"
                                "events       /var/s/events.jsonl\n"
@@ -76,8 +92,22 @@ TEST(ProbeReport, ConfiguredMachineListsShipAndRoutes) {
                                "               repo web            /src/web\n"
                                "               repo a-very-long-repo-nm /src/long\n"
                                "route        beta \u2014 DISABLED workspace=beta\n"
+                               "\nvorn         active\n"
+                               "running      no cycle holding the lock\n"
+                               "run timer     com.pelorinth.vorn installed=false loaded=false\n"
+                               "release timer com.pelorinth.vorn-release installed=false "
+                               "loaded=false\n"
+                               "watermark    none\n"
+                               "health       stopped \u2014 Timer off\n"
+                               "\nseats\n"
+                               "  dev      idle\n"
+                               "  design   idle\n"
+                               "  qa       idle\n"
+                               "  triage   idle\n"
+                               "\nworkers      none\n"
                                "\nworktrees (acme/web) 0\n"
-                               "\nworktrees (beta) 0\n");
+                               "\nworktrees (beta) 0\n"
+                               "\nrecent events 0 buffered\n");
 }
 
 TEST(ProbeReport, WorktreesHeadingCountsAllWhileTwelveAreListed) {
@@ -101,8 +131,8 @@ TEST(ProbeReport, WorktreesHeadingCountsAllWhileTwelveAreListed) {
         listed += "  ISSUE-" + std::to_string(ticket) + " web " +
                   (home / ("src/web-issue-" + std::to_string(ticket))).string() + "\n";
     }
-    EXPECT_TRUE(
-        report.text.ends_with("\nworktrees (acme/web) 13\n" + listed + "\nworktrees (empty) 0\n"))
+    EXPECT_TRUE(report.text.ends_with("\nworktrees (acme/web) 13\n" + listed +
+                                      "\nworktrees (empty) 0\n" + "\nrecent events 0 buffered\n"))
         << report.text;
 }
 
@@ -153,8 +183,8 @@ TEST(ProbeReport, TheVornLineAsksTheExecutable) {
     TempDir home;
     const auto vorn = writeScript(home / "opt/vorn/bin/vorn",
                                   "#!/bin/sh\n[ \"$1\" = --version ] && echo 1.4.2\n");
-    VornPaths::DiscoverOptions options = optionsFor(home);
-    options.vornCommandOverride = vorn;
+    VornReader::Options options = optionsFor(home);
+    options.discovery.vornCommandOverride = vorn;
     const std::string text = Probe::run(options).text;
     EXPECT_NE(text.find("executable   " + vorn.string() +
                         " (set by you)\n"
@@ -194,6 +224,158 @@ TEST(ProbeReport, TheBuiltInBlockReadsThePayloadAndTheUnpackedCopy) {
     std::filesystem::remove(resources / (architecture + "/vorn"));
     EXPECT_TRUE(Probe::run(optionsFor(home), {.resources = resources.path()})
                     .text.starts_with(builtInLines()));
+}
+
+// A process the test owns, holding a role's lock while it lives.
+class LockHolder {
+  public:
+    LockHolder() {
+        const char* arguments[] = {"/bin/sleep", "60", nullptr};
+        posix_spawn(&pid, "/bin/sleep", nullptr, nullptr, const_cast<char**>(arguments), environ);
+    }
+    ~LockHolder() {
+        ::kill(pid, SIGKILL);
+        ::waitpid(pid, nullptr, 0);
+    }
+    pid_t id() const { return pid; }
+
+  private:
+    pid_t pid = 0;
+};
+
+// Local clock times are those of a zone half an hour off UTC, so a clock
+// printed in UTC by mistake shows.
+class ProbeInAnotherZone : public ::testing::Test {
+  protected:
+    void SetUp() override {
+        const char* zone = std::getenv("TZ");
+        if (zone) savedZone = zone;
+        setenv("TZ", "IST-5:30", 1);
+        tzset();
+    }
+    void TearDown() override {
+        if (savedZone) {
+            setenv("TZ", savedZone->c_str(), 1);
+        } else {
+            unsetenv("TZ");
+        }
+        tzset();
+    }
+
+  private:
+    std::optional<std::string> savedZone;
+};
+
+std::string event(std::string_view at, std::string_view fields) {
+    return "{\"at\":\"2026-03-04T" + std::string(at) + "Z\",\"route\":\"acme/web\"," +
+           std::string(fields) + "}\n";
+}
+
+TEST_F(ProbeInAnotherZone, AConfiguredMachineWithALiveWorkerPrintsTheWholeReport) {
+    TempDir home;
+    const auto web = home / "src/web";
+    ASSERT_NO_FATAL_FAILURE(testing::makeRepository(web));
+    ASSERT_NO_FATAL_FAILURE(testing::addWorktree(web, home / "src/web-issue-7"));
+    const auto config = home.write(".config/vorn/vorn.yaml",
+                                   "ship:\n  name: FromTheFile\nroutes:\n  - route: acme/web\n");
+    const auto state = home / "state";
+    const std::string document =
+        R"({"version":1,"ship":{"name":"Nautilus","platform":"linux","stateDir":")" +
+        state.string() +
+        R"(","logFile":"/tmp/n.log"},"route":{"name":"acme/web","enabled":true,"repos":)" +
+        R"([{"name":"web","dir":")" + web.string() +
+        R"("}]},"vorn":{"seats":[{"role":"dev","name":"Ferris"}]}})";
+    // Only the interpreter the timer names can run it: its own first line
+    // names no program that exists.
+    const auto vorn = writeScript(home / "opt/vorn/bin/vorn",
+                                  "#!/nonexistent/sh\n"
+                                  "case \"$1\" in\n"
+                                  "  --version) echo 2.3.0 ;;\n"
+                                  "  status) cat <<'EOF'\n" +
+                                      document +
+                                      "\nEOF\n ;;\n"
+                                      "  *) exit 2 ;;\n"
+                                      "esac\n");
+    writeLaunchAgentPlist(home / "Library/LaunchAgents/com.pelorinth.vorn.plist",
+                          "com.pelorinth.vorn", {"/bin/sh", vorn.string(), "run"}, 300);
+    LockHolder lock;
+    home.write("state/.vorn-role-dev.lock", std::to_string(lock.id()) + "\n");
+    home.write("state/.poll-watermark", "2026-03-04T05:00:00Z");
+    home.write("state/events.jsonl",
+               event("05:00:00", R"("cycle":"c-9","step":"poll","message":"polled")") +
+                   event("05:00:01", R"("cycle":"c-9","step":"select","role":"dev",)"
+                                     R"("ticket":"ISSUE-7","message":"picked",)"
+                                     R"("data":{"rank":2,"pending":["qa","triage"]})") +
+                   event("05:00:02", R"("cycle":"c-9","step":"worktree","role":"dev",)"
+                                     R"("ticket":"ISSUE-7","level":"warn","message":"cut")") +
+                   event("05:00:03", R"("cycle":"c-9","step":"agent","data":{"hook":"lint"},)"
+                                     R"("message":"hook output")") +
+                   event("05:06:07", R"("cycle":"c-9","step":"agent","role":"dev",)"
+                                     R"("ticket":"ISSUE-7","message":"working")") +
+                   event("05:06:08", R"("cycle":"c-9","step":"shipping","message":"odd")"));
+
+    const ProbeReport report = Probe::run(optionsFor(home));
+    ASSERT_EQ(report.status, 0) << report.text;
+    const std::string expectedTail =
+        "executable   " + vorn.string() +
+        " (from the installed timer)\n"
+        "vorn         2.3.0 (vorn --version)\n"
+        "interpreter  /bin/sh\n"
+        "launchd run     " +
+        (home / "Library/LaunchAgents/com.pelorinth.vorn.plist").string() +
+        "\n"
+        "launchd release (no plist installed)\n"
+        "structure    vorn status --json (v1)\n"
+        "ship         Nautilus (linux)\n"
+        "state        " +
+        state.string() +
+        "\n"
+        "events       " +
+        (state / "events.jsonl").string() +
+        "\n"
+        "log          /tmp/n.log\n"
+        "route        acme/web \u2014 enabled workspace=acme\n"
+        "               repo web            " +
+        web.string() +
+        "\n"
+        "\nvorn         active\n"
+        "running      pid " +
+        std::to_string(lock.id()) +
+        "\n"
+        "run timer     com.pelorinth.vorn installed=true loaded=false every 300s\n"
+        "release timer com.pelorinth.vorn-release installed=false loaded=false\n"
+        "watermark    2026-03-04 05:00:00 +0000\n"
+        "health       working \u2014 Ferris \u00B7 ISSUE-7\n"
+        "\ncycle        c-9 on acme/web\n"
+        "  step       \u2026\n"
+        "  role       dev\n"
+        "  ticket     ISSUE-7\n"
+        "  pending    qa triage\n"
+        "  rank       2\n"
+        "  warn/err   1/0\n"
+        "  started    2026-03-04 05:00:00 +0000  last 2026-03-04 05:06:08 +0000\n"
+        "\nseats\n"
+        "  dev      running rank 2\n"
+        "  design   idle\n"
+        "  qa       queued\n"
+        "  triage   queued\n"
+        "\nworkers      \n"
+        "  Dev ISSUE-7 repo=web\n"
+        "    worktree " +
+        (home / "src/web-issue-7").string() +
+        "\n"
+        "\nworktrees (acme/web) 1\n"
+        "  ISSUE-7 web " +
+        (home / "src/web-issue-7").string() +
+        "\n"
+        "\nrecent events 6 buffered\n"
+        "  10:30:00 poll  polled\n"
+        "  10:30:01 select[dev] ISSUE-7 picked\n"
+        "  10:30:02 worktree[dev] ISSUE-7 cut\n"
+        "  10:36:07 agent[dev] ISSUE-7 working\n"
+        "  10:36:08 \u2026  odd\n";
+    EXPECT_EQ(report.text,
+              builtInLines() + "config       " + config.string() + "\n" + expectedTail);
 }
 
 TEST(ProbeReport, TimerLinesPadTheirNameToFourteenColumnsAndShowWhatIsKnown) {

@@ -49,4 +49,7 @@ inline constexpr std::array<VornStep, 9> orderedSteps{
 // being worked on, as opposed to being looked for.
 bool isWorking(VornStep step);
 
+// The raw value, except "…" for `unknown`.
+std::string_view label(VornStep step);
+
 }  // namespace vorn

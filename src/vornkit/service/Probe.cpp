@@ -6,6 +6,7 @@
 #include "service/BundledVorn.h"
 #include "service/VornCLI.h"
 #include "service/WorktreeLocator.h"
+#include "support/Format.h"
 #include "support/Text.h"
 
 namespace vorn {
@@ -17,6 +18,8 @@ constexpr size_t kTimerNameWidth = 14;
 constexpr size_t kRepoNameWidth = 14;
 // A route can gather many worktrees; the heading still counts them all.
 constexpr size_t kWorktreeLinesPerRoute = 12;
+constexpr size_t kRecentEventLines = 8;
+constexpr size_t kSeatRoleWidth = 8;
 
 }  // namespace
 
@@ -42,41 +45,36 @@ std::string Probe::timerLine(std::string_view name, const TimerStatus& timer) {
 }
 
 ProbeReport Probe::run() {
-    return run(VornPaths::currentProcess(),
+    return run(VornReader::currentProcess(),
                {.resources = BundledVorn::applicationResources(),
                 .lastInstallSummary = Preferences::storedBundledInstallSummary()});
 }
 
-ProbeReport Probe::run(const VornPaths::DiscoverOptions& options, const Carried& carried) {
+ProbeReport Probe::run(const VornReader::Options& options, const Carried& carried) {
+    VornReader reader(options);
+    const VornSnapshot snapshot = reader.snapshot();
     std::string report;
-    appendBuiltIn(report, carried, options.home);
+    appendBuiltIn(report, carried, options.discovery.home);
 
-    const auto installation = VornPaths::discover(options);
-    std::optional<VornConfig> config;
-    std::optional<std::string> configError;
-    if (!installation) {
-        configError = installation.error().description();
-    } else if (installation->configExists) {
-        auto loaded = VornConfig::load(installation->configFile, options.home);
-        if (loaded) {
-            config = std::move(*loaded);
-        } else {
-            configError = loaded.error().description();
-        }
-    }
-
-    if (installation) appendInstallation(report, *installation, options.environment);
-    if (configError) {
-        report += line("ERROR", *configError);
+    const auto& installation = reader.installation();
+    if (installation) appendInstallation(report, *installation, options.discovery.environment);
+    if (snapshot.configError) {
+        report += line("ERROR", *snapshot.configError);
         return {1, ProbeReport::Destination::standardError, report};
     }
     // A machine that isn't set up yet is not a failure.
     if (installation && !installation->configExists) {
         return {0, ProbeReport::Destination::standardOutput, report};
     }
-    if (!config) return {1, ProbeReport::Destination::nothing, {}};
-    appendConfiguration(report, *config);
-    appendWorktrees(report, *config);
+    // Discovery gave neither a configuration nor a reason: nothing to say.
+    if (!snapshot.config) return {1, ProbeReport::Destination::nothing, {}};
+    appendConfiguration(report, *snapshot.config, reader.structureSource());
+    appendState(report, snapshot);
+    if (snapshot.cycle) appendCycle(report, *snapshot.cycle);
+    appendSeats(report, snapshot.roles);
+    appendWorkers(report, snapshot.workers);
+    appendWorktrees(report, *snapshot.config);
+    appendRecentEvents(report, snapshot.recent);
     return {0, ProbeReport::Destination::standardOutput, report};
 }
 
@@ -123,8 +121,9 @@ void Probe::appendInstallation(std::string& report, const VornInstallation& inst
     report += "launchd release " + plistText(installation.releaseLaunchAgent) + "\n";
 }
 
-void Probe::appendConfiguration(std::string& report, const VornConfig& config) {
-    report += line("structure", "unknown");
+void Probe::appendConfiguration(std::string& report, const VornConfig& config,
+                                const StructureSource& source) {
+    report += line("structure", source.description());
     report += line("ship", config.ship.name + " (" + config.ship.platform + ")");
     report += line("state", config.ship.stateDir.string());
     report += line("events", config.eventFile().string());
@@ -140,6 +139,57 @@ void Probe::appendConfiguration(std::string& report, const VornConfig& config) {
     }
 }
 
+void Probe::appendState(std::string& report, const VornSnapshot& snapshot) {
+    report += "\n" + line("vorn", snapshot.vornPaused ? "PAUSED" : "active");
+    report += line("running", snapshot.runningPid ? "pid " + std::to_string(*snapshot.runningPid)
+                                                  : std::string("no cycle holding the lock"));
+    if (snapshot.runTimer) report += timerLine("run timer", *snapshot.runTimer);
+    if (snapshot.releaseTimer) report += timerLine("release timer", *snapshot.releaseTimer);
+    report += line("watermark",
+                   snapshot.watermark ? Format::utcDate(*snapshot.watermark) : std::string("none"));
+    report +=
+        line("health", std::string(rawValue(snapshot.health())) + " \u2014 " + snapshot.headline());
+}
+
+void Probe::appendCycle(std::string& report, const CycleState& cycle) {
+    const auto orDash = [](const std::optional<std::string>& text) { return text.value_or("-"); };
+    std::vector<std::string> pending;
+    for (const VornRole role : cycle.pending)
+        pending.emplace_back(rawValue(role));
+    report += "\n" + line("cycle", cycle.cycle + " on " + cycle.route);
+    report += line("  step", label(cycle.step));
+    report += line("  role", cycle.role ? rawValue(*cycle.role) : "-");
+    report += line("  ticket", orDash(cycle.ticket));
+    report += line("  pending", Text::joined(pending, " "));
+    report += line("  rank", cycle.rank ? std::to_string(*cycle.rank) : std::string("-"));
+    report +=
+        line("  warn/err", std::to_string(cycle.warnings) + "/" + std::to_string(cycle.errors));
+    report += line("  started",
+                   Format::utcDate(cycle.startedAt) + "  last " + Format::utcDate(cycle.lastAt));
+}
+
+void Probe::appendSeats(std::string& report, const std::vector<RoleStatus>& roles) {
+    report += "\nseats\n";
+    for (const RoleStatus& role : roles) {
+        const std::string activity = role.paused ? "PAUSED"
+                                     : role.activity == RoleStatus::Activity::pending
+                                         ? "queued"
+                                         : std::string(rawValue(role.activity));
+        report += "  " + Text::paddedRight(role.id(), kSeatRoleWidth) + " " + activity;
+        if (role.rank) report += " rank " + std::to_string(*role.rank);
+        report += "\n";
+    }
+}
+
+void Probe::appendWorkers(std::string& report, const std::vector<ActiveWorker>& workers) {
+    report += "\n" + line("workers", workers.empty() ? "none" : "");
+    for (const ActiveWorker& worker : workers) {
+        report += "  " + std::string(label(worker.role)) + " " + worker.ticket.value_or("-") +
+                  " repo=" + worker.repo.value_or("-") + "\n";
+        report += "    worktree " + worker.worktree.value_or("-") + "\n";
+    }
+}
+
 void Probe::appendWorktrees(std::string& report, const VornConfig& config) {
     for (const VornRoute& route : config.routes) {
         const auto worktrees = WorktreeLocator::all(route);
@@ -151,6 +201,26 @@ void Probe::appendWorktrees(std::string& report, const VornConfig& config) {
                 "  ISSUE-" + std::to_string(ticket) + " " + match.repo + " " + match.path + "\n";
         }
     }
+}
+
+void Probe::appendRecentEvents(std::string& report, const std::vector<VornEvent>& recent) {
+    report += "\nrecent events " + std::to_string(recent.size()) + " buffered\n";
+    // Hook output is counted but never listed: the lines tell the story.
+    std::vector<const VornEvent*> listed;
+    for (auto event = recent.rbegin(); event != recent.rend() && listed.size() < kRecentEventLines;
+         ++event) {
+        if (!event->hook) listed.push_back(&*event);
+    }
+    for (auto event = listed.rbegin(); event != listed.rend(); ++event) {
+        report += eventLine(**event);
+    }
+}
+
+std::string Probe::eventLine(const VornEvent& event) {
+    std::string text = "  " + Format::time(event.at) + " " + std::string(label(event.step));
+    if (event.role) text += "[" + std::string(rawValue(*event.role)) + "]";
+    text += " " + event.ticket.value_or("") + " " + event.message + "\n";
+    return text;
 }
 
 }  // namespace vorn

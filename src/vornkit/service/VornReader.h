@@ -13,6 +13,7 @@
 #include "model/CycleState.h"
 #include "model/StructureSource.h"
 #include "model/VornSnapshot.h"
+#include "model/VornStatusDocument.h"
 #include "platform/ServiceManager.h"
 #include "service/EventTail.h"
 #include "service/LaunchAgent.h"
@@ -107,7 +108,6 @@ class VornReader {
     std::optional<std::string> configError;
     std::vector<VornRoute> fileRoutes;
     std::optional<std::filesystem::file_time_type> configStamp;
-    bool configStampKnown = false;
     StructureSource source = StructureSource::unknown();
 
     std::unique_ptr<EventTail> tail;
