@@ -66,11 +66,6 @@ TEST(AttentionSelection, KeepsInOrderTheEventsAfterTheMarkThatCallForAPerson) {
     EXPECT_EQ(AttentionAnnouncer::newestAt({}), std::nullopt);
 }
 
-TEST(AttentionSelection, AFirstLaunchMarkedNowLetsNothingOldThrough) {
-    const std::vector<VornEvent> log{sweep(1, {"review"}), seatFallback(2)};
-    EXPECT_TRUE(AttentionAnnouncer::select(log, kStart + seconds{60}).empty());
-}
-
 TEST(AttentionNotice, ASweepNamesTheTicketAndWhatItWants) {
     VornEvent event = sweep(1, {"review", "merge"});
     event.ticket = "ENG-42";

@@ -133,3 +133,24 @@ TEST_F(SystemdUserManagerTest, WhereNoServiceManagerAnswersNothingIsKnown) {
 
 }  // namespace
 }  // namespace vorn
+
+namespace vorn {
+namespace {
+
+TEST(SystemdUserManagerReach, OnlyASessionBusOrTheManagersSocketsCanAnswer) {
+    TempDir runtime;
+    const auto reachable = [](Environment environment) {
+        return SystemdUserManager::userManagerReachable(environment);
+    };
+    EXPECT_FALSE(reachable({}));
+    EXPECT_FALSE(reachable({{"XDG_RUNTIME_DIR", runtime.path().string()}}));
+    EXPECT_TRUE(reachable({{"DBUS_SESSION_BUS_ADDRESS", "unix:path=/run/user/1000/bus"}}));
+    runtime.write("bus", "");
+    EXPECT_TRUE(reachable({{"XDG_RUNTIME_DIR", runtime.path().string()}}));
+    std::filesystem::remove(runtime / "bus");
+    runtime.write("systemd/private", "");
+    EXPECT_TRUE(reachable({{"XDG_RUNTIME_DIR", runtime.path().string()}}));
+}
+
+}  // namespace
+}  // namespace vorn

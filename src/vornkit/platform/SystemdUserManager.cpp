@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "service/Shell.h"
+#include "support/ProcessEnvironment.h"
 #include "support/Text.h"
 #include "support/TimeSpan.h"
 #include "support/UnitProperties.h"
@@ -64,7 +65,9 @@ std::optional<std::int64_t> lastExitStatus(const UnitProperties& service) {
 
 }  // namespace
 
-SystemdUserManager::SystemdUserManager() : SystemdUserManager(defaultTool()) {}
+SystemdUserManager::SystemdUserManager() : SystemdUserManager(defaultTool()) {
+    onlyWhenReachable = true;
+}
 
 SystemdUserManager::SystemdUserManager(std::filesystem::path tool) : tool(std::move(tool)) {}
 
@@ -97,7 +100,18 @@ ServiceManager::Outcome SystemdUserManager::kickstart(const std::string& label) 
     return outcome(systemctl({"--no-block", "restart", serviceUnit(label)}, changeTimeout));
 }
 
+bool SystemdUserManager::userManagerReachable(const Environment& environment) {
+    if (!ProcessEnvironment::value(environment, "DBUS_SESSION_BUS_ADDRESS").empty()) return true;
+    const std::string runtime = ProcessEnvironment::value(environment, "XDG_RUNTIME_DIR");
+    if (runtime.empty()) return false;
+    std::error_code error;
+    return std::filesystem::exists(std::filesystem::path(runtime) / "systemd/private", error) ||
+           std::filesystem::exists(std::filesystem::path(runtime) / "bus", error);
+}
+
 ServiceManager::UnitState SystemdUserManager::state(const std::string& label) const {
+    // Asking would only fail, after the cost of starting the command.
+    if (onlyWhenReachable && !userManagerReachable(ProcessEnvironment::current())) return {};
     const ShellResult result = systemctl(
         {"show", std::string(kShownProperties), timerUnit(label), serviceUnit(label)}, showTimeout);
     UnitState state;

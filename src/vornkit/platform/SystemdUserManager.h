@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "platform/ServiceManager.h"
+#include "support/ProcessEnvironment.h"
 
 namespace vorn {
 
@@ -16,8 +17,12 @@ class SystemdUserManager : public ServiceManager {
     static constexpr double changeTimeout = 20;
     static constexpr double showTimeout = 10;
 
-    // systemctl where the system keeps it.
+    // systemctl where the system keeps it, for this session's own manager:
+    // where none can answer (a session without a runtime folder, as under
+    // cron, ssh without a login session, or a container), no command runs
+    // and every unit reads as not loaded, as a failed answer would.
     SystemdUserManager();
+    // The command at `tool`, asked every time.
     explicit SystemdUserManager(std::filesystem::path tool);
 
     // Enables and starts the timer; enabling one that is already enabled
@@ -38,11 +43,16 @@ class SystemdUserManager : public ServiceManager {
     bool hasUnitFile(const std::string& label) const override;
 
     static std::filesystem::path defaultTool();
+    // Whether `systemctl --user` could reach a manager in this environment:
+    // a session bus is named, or the runtime folder holds the manager's
+    // private socket or the bus.
+    static bool userManagerReachable(const Environment& environment);
 
   private:
     ShellResult systemctl(std::vector<std::string> arguments, double timeout) const;
 
     std::filesystem::path tool;
+    bool onlyWhenReachable = false;
 };
 
 }  // namespace vorn

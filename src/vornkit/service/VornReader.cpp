@@ -241,27 +241,40 @@ std::optional<PassengerStatus> VornReader::currentPassengerStatus() {
 
 std::vector<VornEvent> VornReader::recentWindow(std::span<const VornEvent> events,
                                                 std::size_t keep) {
-    std::vector<VornEvent> story;
-    std::vector<VornEvent> hooks;
-    for (const VornEvent& event : events)
-        (event.hook ? hooks : story).push_back(event);
-    const auto lastOf = [keep](std::vector<VornEvent>& group) {
-        if (group.size() > keep) group.erase(group.begin(), group.end() - keep);
-    };
-    lastOf(story);
-    lastOf(hooks);
-    story.insert(story.end(), std::make_move_iterator(hooks.begin()),
-                 std::make_move_iterator(hooks.end()));
-    std::stable_sort(story.begin(), story.end(), [](const VornEvent& left, const VornEvent& right) {
+    // Chosen from the newest back, so only the events kept are ever copied:
+    // this runs on every snapshot over a buffer of thousands.
+    std::vector<std::size_t> chosen;
+    std::size_t storyCount = 0;
+    std::size_t hookCount = 0;
+    for (std::size_t index = events.size(); index-- > 0;) {
+        if (storyCount == keep && hookCount == keep) break;
+        std::size_t& count = events[index].hook ? hookCount : storyCount;
+        if (count == keep) continue;
+        ++count;
+        chosen.push_back(index);
+    }
+    std::vector<VornEvent> window;
+    window.reserve(chosen.size());
+    for (auto index = chosen.rbegin(); index != chosen.rend(); ++index) {
+        window.push_back(events[*index]);
+    }
+    const auto byID = [](const VornEvent& left, const VornEvent& right) {
         return left.id < right.id;
-    });
-    return story;
+    };
+    // A tail's buffer is in id order already; only other input needs the sort.
+    if (!std::is_sorted(window.begin(), window.end(), byID)) {
+        std::stable_sort(window.begin(), window.end(), byID);
+    }
+    return window;
 }
 
 std::optional<std::int64_t> VornReader::livePid(std::string_view lockName,
                                                 const VornConfig& config) {
-    const auto text =
-        TextFile::read(config.ship.stateDir / ("." + std::string(lockName) + ".lock"));
+    // Built by appending: GCC 12's optimiser misreads `"." + name + ".lock"`
+    // as an overlapping copy.
+    std::string fileName(".");
+    fileName.append(lockName).append(".lock");
+    const auto text = TextFile::read(config.ship.stateDir / fileName);
     if (!text) return std::nullopt;
     const auto pid = Text::decimalInteger(Text::trimWhitespace(*text));
     if (!pid || *pid < 1 || *pid > std::numeric_limits<std::int32_t>::max()) return std::nullopt;
