@@ -33,7 +33,7 @@ std::string yesNo(bool value) {
     return value ? "yes" : "no";
 }
 
-// The newest event of the cycle that says a ticket went out.
+// The newest event of `recent` that says a ticket went out.
 const VornEvent* releaseEvent(const std::vector<VornEvent>& recent) {
     for (auto event = recent.rbegin(); event != recent.rend(); ++event) {
         if (event->step == VornStep::release &&
@@ -310,7 +310,7 @@ void VornMonitor::announceIfNeeded(const VornSnapshot& previous, const VornSnaps
     announcedCycle = current.cycle->cycle;
     if (!preferences.notifyOnRelease()) return;
     if (const VornEvent* released = releaseEvent(current.recent)) {
-        post(freshIdentifier(), "Vorn: released", released->message, std::nullopt);
+        notifier.post(freshIdentifier(), "Vorn: released", released->message, std::nullopt);
     }
 }
 
@@ -321,7 +321,7 @@ void VornMonitor::announceErrorsIfNeeded(const VornSnapshot& current) {
     for (const ErrorNotice& notice : notices) {
         const bool wanted =
             notice.transient ? preferences.notifyOnTrackerDown() : preferences.notifyOnFailure();
-        if (wanted) post(notice.identifier, notice.title, notice.body, std::nullopt);
+        if (wanted) notifier.post(notice.identifier, notice.title, notice.body, std::nullopt);
     }
 }
 
@@ -333,7 +333,7 @@ void VornMonitor::announceAttentionIfNeeded(const VornSnapshot& current) {
         AttentionAnnouncer::select(current.recent, preferences.attentionNotifiedThrough());
     for (const VornEvent& event : selected) {
         const NotificationContent content = AttentionAnnouncer::notice(event);
-        post(freshIdentifier(), content.title, content.body, content.url);
+        notifier.post(freshIdentifier(), content.title, content.body, content.url);
     }
     if (const auto newest = AttentionAnnouncer::newestAt(selected)) {
         preferences.setAttentionNotifiedThrough(*newest);
@@ -346,7 +346,7 @@ void VornMonitor::announceShipAttentionIfNeeded(const VornSnapshot& current) {
     for (const ShipAttentionItem& item :
          ShipAttentionAnnouncer::select(current.shipAttention, announced, now())) {
         const NotificationContent content = ShipAttentionAnnouncer::notice(item, item.label());
-        post(freshIdentifier(), content.title, content.body, content.url);
+        notifier.post(freshIdentifier(), content.title, content.body, content.url);
         announced.insert(item.id());
     }
     preferences.setShipAttentionAnnounced(
@@ -406,9 +406,9 @@ QCoro::Task<> VornMonitor::checkForVornUpdate() {
     const std::string version = release->version.description();
     if (version == preferences.vornUpdateAnnounced()) co_return;
     preferences.setVornUpdateAnnounced(version);
-    post(freshIdentifier(), "vorn " + version + " is available",
-         "Open Vorn's Settings or menu to update. Nothing is installed until you do.",
-         std::nullopt);
+    notifier.post(freshIdentifier(), "vorn " + version + " is available",
+                  "Open Vorn's Settings or menu to update. Nothing is installed until you do.",
+                  std::nullopt);
 }
 
 QCoro::Task<bool> VornMonitor::updateVorn() {
@@ -610,11 +610,6 @@ std::shared_ptr<VornReader> VornMonitor::makeReader() const {
 
 Timestamp VornMonitor::now() const {
     return options.reader.now ? options.reader.now() : std::chrono::system_clock::now();
-}
-
-void VornMonitor::post(const std::string& identifier, const std::string& title,
-                       const std::string& body, const std::optional<std::string>& url) {
-    notifier.post(identifier, title, body, url);
 }
 
 void VornMonitor::setSnapshot(const VornSnapshot& fresh) {

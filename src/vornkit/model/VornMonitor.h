@@ -195,8 +195,6 @@ class VornMonitor : public QObject {
 
     std::shared_ptr<VornReader> makeReader() const;
     Timestamp now() const;
-    void post(const std::string& identifier, const std::string& title, const std::string& body,
-              const std::optional<std::string>& url);
 
     void setSnapshot(const VornSnapshot& fresh);
     void setInstallation(const std::optional<VornInstallation>& found);
