@@ -119,13 +119,11 @@ VornMonitor::~VornMonitor() = default;
 // Observable state
 
 void VornMonitor::setShipNameEditRequested(bool requested) {
-    if (requested == shipNameEditWanted) return;
-    shipNameEditWanted = requested;
-    emit shipNameEditRequestedChanged();
+    change(shipNameEditWanted, requested, &VornMonitor::shipNameEditRequestedChanged);
 }
 
 void VornMonitor::dismissShipNameNotice() {
-    setShipNameNotice(std::nullopt);
+    change(shipNotice, std::nullopt, &VornMonitor::shipNameNoticeChanged);
     preferences.setShipNameNotice(std::nullopt);
 }
 
@@ -250,7 +248,7 @@ QCoro::Task<> VornMonitor::refresh() {
         if (!self) co_return;
     }
     const bool firstLoad = !loaded;
-    setHasLoaded();
+    change(loaded, true, &VornMonitor::hasLoadedChanged);
     const VornSnapshot previous = currentSnapshot;
     publish(pass.snapshot, firstLoad);
     // A launch has nothing to hand over from.
@@ -268,7 +266,7 @@ QCoro::Task<> VornMonitor::refresh() {
 
 QCoro::Task<> VornMonitor::checkHealth(std::optional<VornInstallation> found) {
     const QPointer<VornMonitor> self(this);
-    setInstallation(found);
+    change(currentInstallation, found, &VornMonitor::installationChanged);
     QElapsedTimer timer;
     timer.start();
     std::optional<VornHealth> result;
@@ -277,7 +275,7 @@ QCoro::Task<> VornMonitor::checkHealth(std::optional<VornInstallation> found) {
         result = co_await Background::run(std::move(work));
         if (!self) co_return;
     }
-    setVornHealth(result);
+    change(health, result, &VornMonitor::vornHealthChanged);
     if (!loaded) {
         Diagnostics::log([&] {
             const std::string version = result && result->version ? *result->version : "none";
@@ -294,7 +292,7 @@ QCoro::Task<> VornMonitor::checkHealth(std::optional<VornInstallation> found) {
 
 void VornMonitor::publish(const VornSnapshot& fresh, bool firstLoad) {
     const bool configChanged = fresh.config != currentSnapshot.config;
-    setSnapshot(fresh);
+    change(currentSnapshot, fresh, &VornMonitor::snapshotChanged);
     if (!firstLoad) return;
     Diagnostics::log([&] {
         return "snapshot loaded: config=" + yesNo(configChanged) +
@@ -317,7 +315,7 @@ void VornMonitor::announceIfNeeded(const VornSnapshot& previous, const VornSnaps
 void VornMonitor::announceErrorsIfNeeded(const VornSnapshot& current) {
     const std::vector<ErrorNotice> notices =
         errorCoalescer.ingest(current.recent, launchedAt, now());
-    setErrorGroups(newestFirst(errorCoalescer.groups()));
+    change(groups, newestFirst(errorCoalescer.groups()), &VornMonitor::errorGroupsChanged);
     for (const ErrorNotice& notice : notices) {
         const bool wanted =
             notice.transient ? preferences.notifyOnTrackerDown() : preferences.notifyOnFailure();
@@ -373,13 +371,13 @@ QCoro::Task<> VornMonitor::reconcileShipNameIfNeeded(VornSnapshot current) {
     const ReaderPass pass = co_await readSnapshot(true);
     if (!self) co_return;
     if (!pass.snapshot.config || pass.snapshot.config->ship.name != rowName) co_return;
-    setSnapshot(pass.snapshot);
+    change(currentSnapshot, pass.snapshot, &VornMonitor::snapshotChanged);
     std::optional<std::string> replacedLocal;
     if (status->drift == ShipNameDrift::both && current.config) {
         replacedLocal = current.config->ship.name;
     }
     const std::string notice = ShipNameNotice::text(rowName, replacedLocal);
-    setShipNameNotice(notice);
+    change(shipNotice, notice, &VornMonitor::shipNameNoticeChanged);
     preferences.setShipNameNotice(notice);
 }
 
@@ -512,12 +510,12 @@ QCoro::Task<> VornMonitor::perform(QCoro::Task<ActionResult> operation) {
     // A second action while one runs is not refused: the screens disable
     // their controls through `busy`.
     const QPointer<VornMonitor> self(this);
-    setBusy(true);
-    setLastActionError(std::nullopt);
+    change(working, true, &VornMonitor::busyChanged);
+    change(actionError, std::nullopt, &VornMonitor::lastActionErrorChanged);
     const ActionResult result = co_await std::move(operation);
     if (!self) co_return;
-    if (!result) setLastActionError(result.error());
-    setBusy(false);
+    if (!result) change(actionError, result.error(), &VornMonitor::lastActionErrorChanged);
+    change(working, false, &VornMonitor::busyChanged);
     co_await refresh();
 }
 
@@ -612,59 +610,9 @@ Timestamp VornMonitor::now() const {
     return options.reader.now ? options.reader.now() : std::chrono::system_clock::now();
 }
 
-void VornMonitor::setSnapshot(const VornSnapshot& fresh) {
-    if (fresh == currentSnapshot) return;
-    currentSnapshot = fresh;
-    emit snapshotChanged();
-}
-
-void VornMonitor::setInstallation(const std::optional<VornInstallation>& found) {
-    if (found == currentInstallation) return;
-    currentInstallation = found;
-    emit installationChanged();
-}
-
-void VornMonitor::setHasLoaded() {
-    if (loaded) return;
-    loaded = true;
-    emit hasLoadedChanged();
-}
-
-void VornMonitor::setLastActionError(const std::optional<std::string>& text) {
-    if (text == actionError) return;
-    actionError = text;
-    emit lastActionErrorChanged();
-}
-
-void VornMonitor::setBusy(bool on) {
-    if (on == working) return;
-    working = on;
-    emit busyChanged();
-}
-
-void VornMonitor::setVornHealth(const std::optional<VornHealth>& result) {
-    if (result == health) return;
-    health = result;
-    emit vornHealthChanged();
-}
-
 void VornMonitor::setBundledStatus(const BundledVorn::Status& status) {
     preferences.setBundledInstallSummary(status.summary());
-    if (status == bundledState) return;
-    bundledState = status;
-    emit bundledStatusChanged();
-}
-
-void VornMonitor::setShipNameNotice(const std::optional<std::string>& text) {
-    if (text == shipNotice) return;
-    shipNotice = text;
-    emit shipNameNoticeChanged();
-}
-
-void VornMonitor::setErrorGroups(std::vector<ErrorGroup> fresh) {
-    if (fresh == groups) return;
-    groups = std::move(fresh);
-    emit errorGroupsChanged();
+    change(bundledState, std::optional(status), &VornMonitor::bundledStatusChanged);
 }
 
 }  // namespace vorn

@@ -196,15 +196,14 @@ class VornMonitor : public QObject {
     std::shared_ptr<VornReader> makeReader() const;
     Timestamp now() const;
 
-    void setSnapshot(const VornSnapshot& fresh);
-    void setInstallation(const std::optional<VornInstallation>& found);
-    void setHasLoaded();
-    void setLastActionError(const std::optional<std::string>& text);
-    void setBusy(bool on);
-    void setVornHealth(const std::optional<VornHealth>& result);
     void setBundledStatus(const BundledVorn::Status& status);
-    void setShipNameNotice(const std::optional<std::string>& text);
-    void setErrorGroups(std::vector<ErrorGroup> fresh);
+    // Stores `value` and tells the observers of `field`, only when it differs.
+    template <class T, class Value>
+    void change(T& field, Value&& value, void (VornMonitor::*changed)()) {
+        if (field == value) return;
+        field = std::forward<Value>(value);
+        (this->*changed)();
+    }
 
     Options options;
     Preferences& preferences;
