@@ -1,11 +1,9 @@
 #include <gtest/gtest.h>
-#include <signal.h>
-#include <spawn.h>
-#include <sys/wait.h>
 
 #include <cstdlib>
 
 #include "common/Git.h"
+#include "common/LiveProcess.h"
 #include "common/PlistFile.h"
 #include "common/Script.h"
 #include "common/TempDir.h"
@@ -16,6 +14,7 @@
 namespace vorn {
 namespace {
 
+using testing::LiveProcess;
 using testing::makeExecutable;
 using testing::TempDir;
 using testing::writeLaunchAgentPlist;
@@ -226,23 +225,6 @@ TEST(ProbeReport, TheBuiltInBlockReadsThePayloadAndTheUnpackedCopy) {
                     .text.starts_with(builtInLines()));
 }
 
-// A process the test owns, holding a role's lock while it lives.
-class LockHolder {
-  public:
-    LockHolder() {
-        const char* arguments[] = {"/bin/sleep", "60", nullptr};
-        posix_spawn(&pid, "/bin/sleep", nullptr, nullptr, const_cast<char**>(arguments), environ);
-    }
-    ~LockHolder() {
-        ::kill(pid, SIGKILL);
-        ::waitpid(pid, nullptr, 0);
-    }
-    pid_t id() const { return pid; }
-
-  private:
-    pid_t pid = 0;
-};
-
 // Local clock times are those of a zone half an hour off UTC, so a clock
 // printed in UTC by mistake shows.
 class ProbeInAnotherZone : public ::testing::Test {
@@ -298,7 +280,7 @@ TEST_F(ProbeInAnotherZone, AConfiguredMachineWithALiveWorkerPrintsTheWholeReport
                                       "esac\n");
     writeLaunchAgentPlist(home / "Library/LaunchAgents/com.pelorinth.vorn.plist",
                           "com.pelorinth.vorn", {"/bin/sh", vorn.string(), "run"}, 300);
-    LockHolder lock;
+    LiveProcess lock;
     home.write("state/.vorn-role-dev.lock", std::to_string(lock.id()) + "\n");
     home.write("state/.poll-watermark", "2026-03-04T05:00:00Z");
     home.write("state/events.jsonl",

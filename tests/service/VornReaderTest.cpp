@@ -1,13 +1,10 @@
 #include <gtest/gtest.h>
-#include <signal.h>
-#include <spawn.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <fstream>
 
 #include "common/FakeTool.h"
 #include "common/Git.h"
+#include "common/LiveProcess.h"
 #include "common/Script.h"
 #include "common/TempDir.h"
 #include "platform/SystemdUserManager.h"
@@ -17,6 +14,7 @@ namespace vorn {
 namespace {
 
 using testing::FakeTool;
+using testing::LiveProcess;
 using testing::TempDir;
 
 using namespace std::chrono_literals;
@@ -32,23 +30,6 @@ std::string statusDocument(const std::filesystem::path& stateDir, std::string_vi
            "\"},\"route\":{\"name\":\"acme/web\"},\"passenger\":{\"connected\":true,"
            "\"active\":true},\"rowName\":\"Row\",\"nameDrift\":\"row\"}\n";
 }
-
-// A process the test owns, holding a role's lock while it lives.
-class LiveProcess {
-  public:
-    LiveProcess() {
-        const char* arguments[] = {"/bin/sleep", "60", nullptr};
-        posix_spawn(&pid, "/bin/sleep", nullptr, nullptr, const_cast<char**>(arguments), environ);
-    }
-    ~LiveProcess() {
-        ::kill(pid, SIGKILL);
-        ::waitpid(pid, nullptr, 0);
-    }
-    pid_t id() const { return pid; }
-
-  private:
-    pid_t pid = 0;
-};
 
 class VornReaderTest : public ::testing::Test {
   protected:
