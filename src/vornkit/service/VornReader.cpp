@@ -12,6 +12,7 @@
 #include "model/VornStatusDocument.h"
 #include "service/VornCLI.h"
 #include "service/WorktreeLocator.h"
+#include "support/Expected.h"
 #include "support/Text.h"
 #include "support/TextFile.h"
 
@@ -39,13 +40,17 @@ LaunchAgent agentFor(const std::optional<LaunchAgentLocation>& location,
     return LaunchAgent{std::string(defaultLabel), VornPaths::launchAgentURL(defaultLabel, home)};
 }
 
-// The scheduler's answer to `status --json`, when it runs and says it
-// answered: its output, trimmed, begins with "{".
-std::optional<std::string> statusOutput(const VornInstallation& installation) {
+// The scheduler's own document, from `status --json` run for this
+// installation; without one, why not, as the structure line tells it.
+Expected<VornStatusDocument, std::string> askVorn(const VornInstallation& installation) {
+    if (!installation.executable) return Unexpected(std::string(StructureSource::noExecutable));
     const auto output = VornCLI(installation).run({"status", "--json"}, VornReader::statusTimeout);
-    if (!output) return std::nullopt;
-    if (!Text::trimWhitespace(*output).starts_with('{')) return std::nullopt;
-    return *output;
+    if (!output || !Text::trimWhitespace(*output).starts_with('{')) {
+        return Unexpected(std::string(StructureSource::noStatusCommand));
+    }
+    auto document = VornStatusDocument::decode(*output, installation.configFile);
+    if (!document) return Unexpected(std::string(StructureSource::unreadableVersion));
+    return std::move(*document);
 }
 
 }  // namespace
@@ -60,9 +65,9 @@ VornReader::Options VornReader::currentProcess(
     return options;
 }
 
-VornReader::VornReader(Options readerOptions)
-    : options(std::move(readerOptions)),
-      manager(options.serviceManager ? options.serviceManager : ServiceManager::forThisMachine()) {}
+VornReader::VornReader(Options readerOptions) : options(std::move(readerOptions)) {
+    if (!options.serviceManager) options.serviceManager = ServiceManager::forThisMachine();
+}
 
 Timestamp VornReader::now() const {
     return options.now ? options.now() : std::chrono::system_clock::now();
@@ -148,13 +153,13 @@ void VornReader::loadConfigIfNeeded() {
 }
 
 void VornReader::askStatusOrParse(const VornInstallation& installation) {
-    std::optional<std::string> whyNot;
-    if (auto document = askVorn(installation, whyNot)) {
+    auto document = askVorn(installation);
+    if (document) {
         source = StructureSource::statusJSON(document->version);
         storeConfig(std::move(document->config));
         return;
     }
-    source = StructureSource::parsedYAML(whyNot);
+    source = StructureSource::parsedYAML(std::move(document.error()));
     auto parsed = VornConfig::load(installation.configFile, options.discovery.home);
     if (!parsed) {
         config.reset();
@@ -171,26 +176,11 @@ void VornReader::storeConfig(VornConfig fresh) {
     configError.reset();
 }
 
-std::optional<VornStatusDocument> VornReader::askVorn(const VornInstallation& installation,
-                                                      std::optional<std::string>& whyNot) const {
-    if (!installation.executable) {
-        whyNot = std::string(StructureSource::noExecutable);
-        return std::nullopt;
-    }
-    const auto output = statusOutput(installation);
-    if (!output) {
-        whyNot = std::string(StructureSource::noStatusCommand);
-        return std::nullopt;
-    }
-    auto document = VornStatusDocument::decode(*output, installation.configFile);
-    if (!document) whyNot = std::string(StructureSource::unreadableVersion);
-    return document;
-}
-
 VornReader::TimerPair VornReader::timerStatuses() {
     if (isFresh(timerCheckedAt, timerInterval)) return timers;
     const auto ask = [this](const std::optional<LaunchAgent>& agent) {
-        return agent ? std::optional<TimerStatus>(agent->status(*manager)) : std::nullopt;
+        return agent ? std::optional<TimerStatus>(agent->status(*options.serviceManager))
+                     : std::nullopt;
     };
     // Each question may wait for its manager's time limit; both wait at once.
     auto releaseAnswer = std::async(std::launch::async, ask, std::cref(releaseLaunchAgent));
@@ -225,8 +215,7 @@ std::optional<PassengerStatus> VornReader::currentPassengerStatus() {
     if (!found || !found->executable) return std::nullopt;
     if (isFresh(passengerCheckedAt, passengerInterval)) return passengerStatus;
     passengerCheckedAt = now();
-    const auto output = statusOutput(*found);
-    auto document = output ? VornStatusDocument::decode(*output, found->configFile) : std::nullopt;
+    auto document = askVorn(*found);
     if (!document) {
         passengerStatus.reset();
         shipAttention.clear();

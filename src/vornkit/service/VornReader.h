@@ -36,7 +36,7 @@ class VornReader {
         // Overrides, home, environment and lookups of discovery. The
         // built-in folder is left to discovery's default.
         VornPaths::DiscoverOptions discovery;
-        // The machine's own when none is given.
+        // The machine's own when none is given (the reader fills it in).
         std::shared_ptr<const ServiceManager> serviceManager;
         // The wall clock when none is given; the ten-second caches run on it.
         std::function<Timestamp()> now;
@@ -90,8 +90,6 @@ class VornReader {
     void loadConfigIfNeeded();
     void storeConfig(VornConfig fresh);
     void askStatusOrParse(const VornInstallation& installation);
-    std::optional<VornStatusDocument> askVorn(const VornInstallation& installation,
-                                              std::optional<std::string>& whyNot) const;
     TimerPair timerStatuses();
     std::vector<VornEvent> agentDetail(const std::optional<CycleState>& cycle,
                                        const VornConfig& config,
@@ -101,7 +99,6 @@ class VornReader {
     Timestamp now() const;
 
     Options options;
-    std::shared_ptr<const ServiceManager> manager;
 
     std::optional<VornInstallation> found;
     std::optional<VornConfig> config;
